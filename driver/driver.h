@@ -1,0 +1,11 @@
+// Process-wide state owned by the driver and consulted elsewhere.
+#pragma once
+#include <cstdio>
+#include "core/istring.h"
+
+extern istring defaultOutputName;  // "Makefile", the -o argument, or "<STDOUT>"
+extern FILE *defaultOutputStream;  // stdout after -o -, else NULL
+extern FILE *dependStream;         // the -M file, else NULL
+
+// The whole program: start-up, options, parse, output. Returns the exit status.
+int briskMain(int argc, char **argv);

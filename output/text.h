@@ -1,0 +1,47 @@
+// Line records, named sections and the output files they are bound to.
+#pragma once
+#include <cstdio>
+#include "core/istring.h"
+#include "core/hashtable.h"
+
+enum : unsigned { TEXT_PRETTY = 1, TEXT_EXPAND = 2 };
+
+struct TextLine {
+    TextLine *next;
+    TextLine *link;   // first line: the last line; others: the line before
+    istring text;
+    unsigned flags;   // TEXT_PRETTY, TEXT_EXPAND
+    istring file;
+    int line;
+};
+
+struct OutputFile {
+    istring name;
+    FILE *stream;
+};
+
+struct BuildRecord;
+struct TextObject;
+typedef void (*TextWriter)(TextObject *);
+
+struct TextObject {
+    OutputFile *output;   // NULL: never written
+    istring name;
+    TextLine *lines;
+    BuildRecord *builds;  // .OBJS and .RULES: the build records
+    TextWriter writer;
+};
+
+extern HashTable *sectionTable;
+extern HashTable *outputTable;
+
+void textInit();
+TextObject *textCreate(istring name, istring outputName, FILE *stream);
+void textAppend(TextObject *section, istring text, unsigned flags);
+void textPrepend(TextObject *section, istring text, unsigned flags);
+void textDropFirst(TextObject *section);
+TextObject *sectionFind(istring name);
+FILE *textOutput(TextObject *section);
+void sectionsEmit();
+// A fresh line record stamped with the current location (label names the caller).
+TextLine *textLineNew(istring text, unsigned flags, const char *label);
