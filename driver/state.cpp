@@ -1,0 +1,6 @@
+// Driver state consulted by other subsystems.
+#include "driver/driver.h"
+
+istring defaultOutputName;
+FILE *defaultOutputStream;
+FILE *dependStream;
