@@ -1,0 +1,153 @@
+// The writers that turn sections into make text.
+#include "output/writers.h"
+
+#include <cstring>
+#include <string>
+
+#include "driver/builtins.h"
+#include "input/charclass.h"
+#include "language/build.h"
+#include "output/text.h"
+#include "variables/expand.h"
+
+static const char continuation[] = " \\\n\t";
+
+void textEmit(TextObject *section) {
+    FILE *stream = nullptr;
+    for (TextLine *line = section->lines; line; line = line->next) {
+        if (!stream) {
+            stream = textOutput(section);
+            if (!stream)
+                return;
+        }
+        // The expansion replaces the stored text for good.
+        if (line->flags & TEXT_EXPAND)
+            line->text = expandString(nullptr, line->text);
+        if (line->flags & TEXT_PRETTY)
+            emitWrapped(stream, line->text);
+        else
+            fprintf(stream, "%s\n", line->text);
+    }
+    if (stream)
+        fflush(stream);
+}
+
+void rulesEmit(TextObject *section) {
+    FILE *stream = nullptr;
+    for (BuildRecord *build = section->builds; build; build = build->next) {
+        if (!stream) {
+            stream = textOutput(section);
+            if (!stream)
+                return;
+        }
+        if (build->target == build->source)
+            fprintf(stream, "\n%s:\n", build->target);
+        else
+            fprintf(stream, "\n%s: %s\n", build->target, build->source);
+        for (TextLine *command = build->template_->commands; command; command = command->next)
+            fprintf(stream, "\t%s\n", expandString(build->scope, command->text));
+    }
+    if (stream)
+        fflush(stream);
+}
+
+void objEmit(TextObject *section) {
+    FILE *stream = nullptr;
+    if (section->builds) {
+        stream = textOutput(section);
+        if (!stream)
+            return;
+        emitVariableList("SRCS", stream, section->builds, nullptr);
+    }
+    istring objects = variableExpand(globalTable, names.OBJS, 1);
+    if (*objects) {
+        if (!stream) {
+            stream = textOutput(section);
+            if (!stream)
+                return;
+        }
+        fputs("\n", stream);
+        std::string text = "OBJS += ";
+        text += objects;
+        text += '\n';
+        emitWrapped(stream, text.c_str());
+        fputs("\n", stream);
+    }
+    if (stream)
+        fflush(stream);
+}
+
+void emitVariableList(const char *name, FILE *stream, BuildRecord *first, const char *filter) {
+    const char *tab = strlen(name) < 5 ? "\t" : "";
+    size_t width = 0;
+    for (BuildRecord *build = first; build; build = build->next) {
+        if (build->flags & (BUILD_DYNAMIC | BUILD_FAKE))
+            continue;
+        if (filter && build->key != filter)
+            continue;
+        build->flags |= 1;  // listed: never listed again
+        size_t length = strlen(build->source);
+        if (width == 0) {
+            width = length;
+            fprintf(stream, "%s +=%s%s", name, tab, build->source);
+            continue;
+        }
+        width += length;
+        if (width > WRAP_LIMIT) {
+            fprintf(stream, "%s%s", continuation, build->source);
+            width = length;
+        } else {
+            fprintf(stream, " %s", build->source);
+        }
+    }
+    if (width != 0)
+        fputs("\n\n", stream);
+}
+
+static bool isBlankChar(char c) { return c && isClass(c, CC_BLANK); }
+static bool isLineEndChar(char c) { return c && isClass(c, CC_LINE_END); }
+
+// True when only blanks and line ends are left.
+static bool onlyTrailing(const char *p) {
+    while (isBlankChar(*p) || isLineEndChar(*p))
+        p++;
+    return *p == '\0';
+}
+
+void emitWrapped(FILE *stream, const char *text) {
+    int column = 0;
+    const char *prefix = "";
+    const char *position = text;
+    for (;;) {
+        // A chunk cannot start at a line end that has more text after it (it
+        // would never advance): write the line end and count columns afresh.
+        if (isLineEndChar(*position) && !onlyTrailing(position)) {
+            fprintf(stream, "%s%c", prefix, *position);
+            prefix = "";
+            position++;
+            column = 0;
+            continue;
+        }
+        int start = column;
+        if (column != 0)
+            column++;
+        const char *end = position;
+        for (; isBlankChar(*end); end++)
+            column = *end == '\t' ? (column + 8) & ~7 : column + 1;
+        for (; *end && !isBlankChar(*end) && !isLineEndChar(*end); end++)
+            column++;
+
+        if (start <= 8 || column - 8 < WRAP_LIMIT) {
+            fprintf(stream, "%s%.*s", prefix, static_cast<int>(end - position), position);
+            prefix = "";
+            position = end;
+            if (onlyTrailing(end)) {
+                fputs("\n", stream);
+                return;
+            }
+        } else {
+            prefix = continuation;
+            column = 8;
+        }
+    }
+}
