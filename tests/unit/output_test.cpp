@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -38,7 +39,7 @@ protected:
         ASSERT_NE(mkdtemp(pattern), nullptr);
         dir = pattern;
     }
-    void TearDown() override { (void)!system(("rm -rf '" + dir + "'").c_str()); }
+    void TearDown() override { std::filesystem::remove_all(dir); }
 
     std::string path(const std::string &name) const { return dir + "/" + name; }
     istring ipath(const std::string &name) const { return istringNew(path(name).c_str()); }
@@ -131,11 +132,15 @@ TEST_F(Output, WrappedObjectLineSevenPerLine) {
 }
 
 TEST_F(Output, WrappedBreaksAtColumnSeventySeven) {
-    // "a" then a chunk ending at column 76 stays; one ending at 77 moves.
-    std::string fits = "a " + std::string(73, 'x');
+    // A chunk starting at column 8 or before is never moved.
+    std::string early = "a " + std::string(90, 'x');
+    EXPECT_EQ(wrapped(early), early + "\n");
+    // After a nine-character word, a chunk ending at column 76 stays and one
+    // ending at 77 moves.
+    std::string fits = "ninechars " + std::string(65, 'x');
     EXPECT_EQ(wrapped(fits), fits + "\n");
-    std::string moves = "a " + std::string(74, 'x');
-    EXPECT_EQ(wrapped(moves), "a \\\n\t " + std::string(74, 'x') + "\n");
+    std::string moves = "ninechars " + std::string(66, 'x');
+    EXPECT_EQ(wrapped(moves), "ninechars \\\n\t " + std::string(66, 'x') + "\n");
 }
 
 TEST_F(Output, WrappedEmbeddedLineEndDoesNotHang) {
@@ -183,9 +188,9 @@ TEST_F(Output, PlainAndPrettyLines) {
     TextObject *section = textCreate(istringNew("A"), ipath("out"), nullptr);
     textAppend(section, istringNew("first line"), 0);
     textAppend(section, istringNew("  indented"), 0);
-    textAppend(section, istringNew(("x " + std::string(80, 'y')).c_str()), TEXT_PRETTY);
+    textAppend(section, istringNew(("wrapped-at " + std::string(80, 'y')).c_str()), TEXT_PRETTY);
     textEmit(section);
-    EXPECT_EQ(readFile(path("out")), "first line\n  indented\nx \\\n\t " + std::string(80, 'y') + "\n");
+    EXPECT_EQ(readFile(path("out")), "first line\n  indented\nwrapped-at \\\n\t " + std::string(80, 'y') + "\n");
 }
 
 TEST_F(Output, ExpandLinesKeepTheirExpansion) {
@@ -410,8 +415,16 @@ protected:
         Output::SetUp();
         for (const char *d : {"d1", "d2", "cwd", "cwd/tools"})
             mkdir(path(d).c_str(), 0755);
+        const char *saved = getenv("PATH");
+        savedPath = saved ? saved : "";
         ASSERT_EQ(chdir(path("cwd").c_str()), 0);
     }
+    void TearDown() override {
+        setenv("PATH", savedPath.c_str(), 1);
+        (void)!chdir("/");
+        Output::TearDown();
+    }
+    std::string savedPath;
     void program(const std::string &where) {
         std::ofstream(path(where)) << "#!/bin/sh\n";
     }
