@@ -1,0 +1,36 @@
+// The checked allocator and the general pool.
+#include "core/alloc.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <err.h>
+
+void *xmalloc(size_t size, const char *label) {
+    (void)label;  // names the call site; never printed
+    void *p = nullptr;
+    if (size > static_cast<size_t>(PTRDIFF_MAX))
+        errno = ENOMEM;
+    else
+        p = malloc(size);
+    if (!p)
+        err(1, nullptr);
+    return p;
+}
+
+static char *poolNext;
+static size_t poolRemainder;
+
+void *poolalloc(size_t size) {
+    size = (size + 3) & ~static_cast<size_t>(3);
+    if (poolRemainder < size) {
+        char *block = static_cast<char *>(xmalloc(size + 65536, "poolalloc"));
+        poolNext = block + size;
+        poolRemainder = 65536;
+        return block;
+    }
+    char *p = poolNext;
+    poolNext += size;
+    poolRemainder -= size;
+    return p;
+}

@@ -1,0 +1,98 @@
+// Fatal errors, warnings, location names and the statement history.
+#include "input/diag.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/alloc.h"
+#include "driver/builtins.h"
+#include "driver/debug.h"
+#include "input/input.h"
+#include "variables/variable.h"
+
+StatementEntry *statementHistory;
+int statementCount;
+
+[[noreturn]] static void fatalFinish(const char *format, va_list args) {
+    vfprintf(stderr, format, args);
+    fputs("\n", stderr);
+    StatementTrace(nullptr, 0);
+    fflush(stderr);
+    exit(1);
+}
+
+void fatal(const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    fatalFinish(format, args);
+}
+
+void fatalAt(const char *format, ...) {
+    fprintf(stderr, "%s:%d ", inputFile ? inputFile : "", inputLine);
+    va_list args;
+    va_start(args, format);
+    fatalFinish(format, args);
+}
+
+void warning(const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    vfprintf(stderr, format, args);
+    va_end(args);
+    fputs("\n", stderr);
+    fflush(stderr);
+}
+
+istring lineRecordName(istring file, int line) {
+    static char *buffer;
+    static size_t capacity;
+    size_t length = std::strlen(file);
+    if (length + 8 >= capacity) {
+        free(buffer);
+        capacity = length + 9;
+        buffer = static_cast<char *>(xmalloc(capacity, "lineRecordName"));
+    }
+    // Line numbers beyond seven digits are cut rather than written past the end.
+    snprintf(buffer, capacity, "%s:%d", file, line);
+    return istringNew(buffer);
+}
+
+void StatementStart() {
+    StatementEntry *entry = static_cast<StatementEntry *>(xmalloc(sizeof(StatementEntry), "StatementStart"));
+    entry->file = inputFile;
+    entry->line = inputLine;
+    entry->next = statementHistory;
+    statementHistory = entry;
+    statementCount++;
+}
+
+void StatementEnd() {
+    inputPrefix = istringNew("");
+    if (debugOn('i'))
+        fflush(stdout);
+    if (statementCount == 0 || !statementHistory)
+        fatal("statement history underflow");
+    statementCount--;
+    StatementEntry *entry = statementHistory;
+    statementHistory = entry->next;
+    free(entry);
+}
+
+void StatementTrace(StatementEntry *entry, int number) {
+    if (!debugOn('t'))
+        return;
+    if (!entry) {
+        if (statementHistory) {
+            fputs("Scope Trace:\n\n", stderr);
+            StatementTrace(statementHistory, statementCount - 1);
+        }
+        return;
+    }
+    if (entry->next)
+        StatementTrace(entry->next, number - 1);
+    istring name = lineRecordName(entry->file ? entry->file : istringNew(""), entry->line);
+    istring text = globalTable ? variableValue(globalTable, name, 1) : istringNew("");
+    fprintf(stderr, "%3d: %s %s\n", number + 1, name, text);
+}
