@@ -24,5 +24,7 @@ struct YYSTYPE {
 #define YYSTYPE_IS_DECLARED 1
 
 extern YYSTYPE yylval;
+// Parser trace level, taken from the environment variable YYDEBUG.
+extern int yydebug;
 int yylex();
 int yyparse();
