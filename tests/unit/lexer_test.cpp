@@ -1,0 +1,287 @@
+// The lexer: tokens, keywords, operators, block lines and prefixes.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "core/istring.h"
+#include "driver/builtins.h"
+#include "driver/debug.h"
+#include "input/charclass.h"
+#include "input/input.h"
+#include "input/lexer.h"
+#include "language/state.h"
+#include "language/tokens.h"
+#include "output/text.h"
+#include "variables/scope.h"
+#include "variables/variable.h"
+
+namespace {
+
+istring s(const char *text) { return istringNew(text); }
+
+const char *const tokenNames[] = {
+    "AND", "APPEND", "ASSIGN", "BUILD", "BY", "CALL", "COMMAND_LINE", "CONDASSIGN", "CURRENT",
+    "DUMPVARS", "DYNAMIC", "ECHO", "ELSE", "EMIT", "EOC", "EOL", "EQUAL", "ERROR", "EXISTS", "EXIT",
+    "EXPAND", "EXPORT", "FAKE", "FOR", "FUNCTION", "FREETEXT", "GLOBAL", "IMPORT", "IN", "INCLUDE",
+    "INTERMEDIATE", "IS", "MINUSEQUAL", "NEW", "NOT", "NOTEQUAL", "NOW", "OR", "OUTPUT",
+    "PATTERNCHECK", "POSTPROCESS", "PREPEND", "PRETTY", "SCOPE", "SET", "SOC", "SOL", "STRING",
+    "STRIP", "TAG", "TEMPLATE", "TO", "UNSET", "USES", "WHEN", "WITH",
+};
+
+// A token as text: its name, with the value in brackets for the tokens that
+// carry one.
+std::string describe(int token) {
+    if (token == -1)
+        return "END";
+    if (token < 256)
+        return std::string("'") + static_cast<char>(token) + "'";
+    std::string name = tokenNames[token - AND];
+    if (token == STRING || token == FREETEXT || token == COMMAND_LINE)
+        name += "[" + std::string(reinterpret_cast<istring>(yylval.value)) + "]";
+    return name;
+}
+
+class Lexer : public ::testing::Test {
+protected:
+    void SetUp() override {
+        static bool started = false;
+        if (!started) {
+            istringInit();
+            charClassInit();
+            keywordInit();
+            builtinsInit();
+            textInit();
+            scopeNew(nullptr);
+            textCreate(s(".POSTPROCESS"), nullptr, nullptr);
+            started = true;
+        }
+        inputPrefix = s("");
+        lineMode = 0;
+        commandMode = 0;
+        braceDepth = 0;
+        debugReset();
+        lexReset();
+        char pattern[] = "/tmp/brisk-lexer-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        dir = pattern;
+    }
+    void TearDown() override {
+        int length;
+        while (inputRawLine(&length)) {
+        }
+        lexReset();
+        lineMode = 0;
+        commandMode = 0;
+        braceDepth = 0;
+        std::filesystem::remove_all(dir);
+    }
+
+    void push(const std::string &text) {
+        std::string full = dir + "/conf";
+        std::ofstream(full) << text;
+        FILE *stream = fopen(full.c_str(), "r");
+        ASSERT_NE(stream, nullptr);
+        inputAdd(stream, "conf");
+    }
+
+    // The next `count` tokens, separated by blanks.
+    static std::string next(int count) {
+        std::string out;
+        for (int i = 0; i < count; i++) {
+            if (i)
+                out += " ";
+            out += describe(yylex());
+        }
+        return out;
+    }
+
+    // Every token up to the end of input.
+    std::string all(const std::string &text) {
+        push(text);
+        std::string out;
+        for (;;) {
+            int token = yylex();
+            if (!out.empty())
+                out += " ";
+            out += describe(token);
+            if (token == -1)
+                return out;
+        }
+    }
+
+    std::string dir;
+};
+
+TEST_F(Lexer, TablesMatchWholeWordsAndLeadingOperators) {
+    EXPECT_EQ(keywordLookup(s("when")), WHEN);
+    EXPECT_EQ(keywordLookup(s("-strip")), STRIP);
+    EXPECT_EQ(keywordLookup(s(".DUMPVARS")), DUMPVARS);
+    EXPECT_EQ(keywordLookup(s("-output")), OUTPUT);
+    EXPECT_EQ(keywordLookup(s("When")), 0);
+    EXPECT_EQ(keywordLookup(s("whenever")), 0);
+    EXPECT_EQ(operatorMatch("=+x"), 2);
+    EXPECT_EQ(operatorMatch("=x"), 1);
+    EXPECT_EQ(operatorMatch("-x"), 0);
+    EXPECT_EQ(startsWith("abc", "ab"), 2);
+    EXPECT_EQ(startsWith("abc", ""), 0);
+    EXPECT_EQ(startsWith("a", "ab"), 0);
+}
+
+TEST_F(Lexer, AssignmentsAndOperators) {
+    EXPECT_EQ(all("X=1\n  X=1\n"),
+              "SOL STRING[X] ASSIGN STRING[1] EOL STRING[X] ASSIGN STRING[1] EOL END");
+    EXPECT_EQ(all("a==b\na=+b\na+=b\na = =b\na?=b\na-=b\na~=b\n"),
+              "SOL STRING[a] EQUAL STRING[b] EOL "
+              "SOL STRING[a] APPEND STRING[b] EOL "
+              "SOL STRING[a] PREPEND STRING[b] EOL "
+              "SOL STRING[a] ASSIGN STRING[=b] EOL "
+              "SOL STRING[a] CONDASSIGN STRING[b] EOL "
+              "SOL STRING[a] MINUSEQUAL STRING[b] EOL "
+              "SOL STRING[a] PATTERNCHECK STRING[b] EOL END");
+}
+
+TEST_F(Lexer, ValueContextTurnsEverythingIntoStrings) {
+    EXPECT_EQ(all("X = a(b) c:d when {\nglobal X += x&&y\nwith X = when\n"),
+              "SOL STRING[X] ASSIGN STRING[a(b)] STRING[c:d] STRING[when] STRING[{] EOL "
+              "SOL GLOBAL STRING[X] PREPEND STRING[x&&y] EOL "
+              "SOL WITH STRING[X] ASSIGN WHEN EOL END");
+}
+
+TEST_F(Lexer, SingleCharactersAndConditions) {
+    EXPECT_EQ(all("when !exists f\nwhen a != b && c || d\necho a!b c-d\n"),
+              "SOL WHEN '!' EXISTS STRING[f] EOL "
+              "SOL WHEN STRING[a] NOTEQUAL STRING[b] AND STRING[c] OR STRING[d] EOL "
+              "SOL ECHO STRING[a] '!' STRING[b] STRING[c-d] EOL END");
+}
+
+TEST_F(Lexer, QuotedAndEscapedWordsAreNeverKeywords) {
+    EXPECT_EQ(all("echo \"when\" When 'a b' \"a b\"c \"x\\ty\"\n"),
+              "SOL ECHO STRING[when] STRING[When] STRING['a b'] STRING[a bc] STRING[x\ty] EOL END");
+    // The line reader removes one level of backslashes; the lexer translates
+    // an escaped character and then reads it once more.
+    EXPECT_EQ(all("echo \\\\tz \\\\when a\\\\\\\\\n"),
+              "SOL ECHO STRING[\ttz] STRING[wwhen] STRING[a\\] EOL END");
+}
+
+TEST_F(Lexer, BlockOpeningAndClosingLines) {
+    EXPECT_EQ(all("x {\n  {  \n}\nx {y\n"),
+              "SOL STRING[x] SOC SOC EOC SOL STRING[x] STRING[{y] EOL END");
+}
+
+TEST_F(Lexer, MissingPrefixWarnsOrClosesTheBlock) {
+    push("\tword\n}\nfoo\n");
+    inputPrefix = s("\t");
+    EXPECT_EQ(next(4), "SOL STRING[word] EOL EOC");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(next(3), "SOL STRING[foo] EOL");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "conf:3 missing prefix string (foo)\n");
+}
+
+TEST_F(Lexer, NestedBracesInFreeTextAreCounted) {
+    push("a {\n}\n}\n");
+    inputPrefix = s("");
+    lineMode = 1;
+    braceDepth = 1;
+    EXPECT_EQ(next(1), "FREETEXT[a {]");
+    EXPECT_EQ(braceDepth, 2);
+    EXPECT_EQ(next(1), "FREETEXT[}]");
+    EXPECT_EQ(braceDepth, 1);
+    EXPECT_EQ(next(1), "EOC");
+    EXPECT_EQ(braceDepth, 0);
+}
+
+TEST_F(Lexer, StrippedLinesDoNotOpenCountedBlocks) {
+    push("\tx {\n}\n");
+    inputPrefix = nullptr;
+    lineMode = 1;
+    braceDepth = 1;
+    EXPECT_EQ(next(2), "FREETEXT[x {] EOC");
+}
+
+TEST_F(Lexer, Column0MarkerFixesThePrefix) {
+    push("\t|Column0\n\t\tdeep\n\tflat\n}\n");
+    inputPrefix = nullptr;
+    lineMode = 1;
+    EXPECT_EQ(next(3), "FREETEXT[\tdeep] FREETEXT[flat] EOC");
+    EXPECT_EQ(inputPrefix, s("\t"));
+}
+
+TEST_F(Lexer, EmptyFirstLineLeavesThePrefixUndecided) {
+    push("\n\t\tx\n");
+    inputPrefix = nullptr;
+    lineMode = 1;
+    EXPECT_EQ(next(1), "FREETEXT[]");
+    EXPECT_EQ(inputPrefix, nullptr);
+    EXPECT_EQ(next(1), "FREETEXT[x]");
+    EXPECT_EQ(inputPrefix, s("\t\t"));
+}
+
+TEST_F(Lexer, TemplateBlock) {
+    variableSet(nullptr, s("X"), s("yes"));
+    push("template when $(X) {\n\t%.o: %.c\n\t\tcc -c $<\n}\n");
+    EXPECT_EQ(next(5), "SOL TEMPLATE WHEN STRING[yes] SOC");
+    inputPrefix = nullptr;
+    EXPECT_EQ(next(5), "SOL STRING[%.o] ':' STRING[%.c] EOL");
+    EXPECT_EQ(inputPrefix, s("\t"));
+    commandMode = 1;
+    lineMode = 1;
+    EXPECT_EQ(next(2), "COMMAND_LINE[cc -c $<] EOC");
+}
+
+TEST_F(Lexer, EmitBlocksRawAndExpanded) {
+    variableSet(nullptr, s("X"), s("yes"));
+    push("emit {\n\ttext $(X)\n}\nemit -expand {\n\ttext $(X)\n}\n");
+    EXPECT_EQ(next(3), "SOL EMIT SOC");
+    inputPrefix = nullptr;
+    lineMode = 1;
+    EXPECT_EQ(next(2), "FREETEXT[text $(X)] EOC");
+    lineMode = 0;
+    inputPrefix = s("");
+    EXPECT_EQ(next(4), "SOL EMIT EXPAND SOC");
+    inputPrefix = nullptr;
+    lineMode = 2;
+    EXPECT_EQ(next(2), "FREETEXT[text yes] EOC");
+}
+
+TEST_F(Lexer, OnlyTheFirstEightTokensAreRecorded) {
+    EXPECT_EQ(all("echo a b c d e f g h i\n"),
+              "SOL ECHO STRING[a] STRING[b] STRING[c] STRING[d] STRING[e] STRING[f] STRING[g] "
+              "STRING[h] STRING[i] EOL END");
+    push("echo a b c d e f g h i\n");
+    for (int i = 0; i < 11; i++)
+        yylex();
+    EXPECT_EQ(lineTokenCount, 8);
+    EXPECT_EQ(lineTokens[0].token, SOL);
+    EXPECT_EQ(lineTokens[7].token, STRING);
+    EXPECT_STREQ(reinterpret_cast<istring>(lineTokens[7].value.value), "f");
+}
+
+TEST_F(Lexer, DebugLetterIEchoesEachLine) {
+    debugSet('i');
+    push("X = 1\n");
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(next(2), "SOL STRING[X]");
+    fflush(stdout);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "conf:1 X = 1\n");
+}
+
+TEST_F(Lexer, ChunkHelpers) {
+    braceDepth = 0;
+    EXPECT_TRUE(lexChunkEnd("  } \t\r\n"));
+    EXPECT_FALSE(lexChunkEnd("} x"));
+    EXPECT_FALSE(lexChunkEnd("x"));
+    braceDepth = 2;
+    EXPECT_FALSE(lexChunkEnd("}"));
+    EXPECT_EQ(braceDepth, 1);
+    EXPECT_TRUE(lexChunkEnd("}"));
+    EXPECT_EQ(braceDepth, 0);
+    EXPECT_TRUE(lexOpensChunk(s("a { \t\r\n")));
+    EXPECT_FALSE(lexOpensChunk(s("a {b")));
+    EXPECT_FALSE(lexOpensChunk(s("")));
+}
+
+}  // namespace
