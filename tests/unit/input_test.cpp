@@ -93,79 +93,42 @@ protected:
 using Lines = std::vector<std::string>;
 
 TextLine *record(const char *text, const char *file, int line, TextLine *next = nullptr) {
-    TextLine *r = new TextLine{next, nullptr, s(text), 0, s(file), line};
-    return r;
+    return new TextLine{next, nullptr, s(text), 0, s(file), line};
+}
+
+// Every remaining raw line as "text@file:line".
+Lines rawLines() {
+    Lines seen;
+    int length;
+    while (char *raw = inputRawLine(&length))
+        seen.push_back(std::string(raw, length) + "@" + inputFile + ":" + std::to_string(inputLine));
+    return seen;
 }
 
 // ---- raw lines ----
 
-TEST_F(Input, LongLinesArriveInPiecesEachCounted) {
-    push(std::string(4100, 'x') + "\nend\n");
-    int length;
-    char *raw = inputRawLine(&length);
-    ASSERT_NE(raw, nullptr);
-    EXPECT_EQ(length, 4095);
-    EXPECT_EQ(inputLine, 1);
-    raw = inputRawLine(&length);
-    EXPECT_EQ(std::string(raw, length), "xxxxx\n");
-    EXPECT_EQ(inputLine, 2);
-    raw = inputRawLine(&length);
-    EXPECT_EQ(std::string(raw, length), "end\n");
-    EXPECT_EQ(inputLine, 3);
+TEST_F(Input, RawLinesAreSplitCountedAndGetTabs) {
+    push(std::string(4100, 'x') + "\n       x=1\n        x\n         x\n               ab\n      six\n" +
+         std::string(7, ' '));
+    Lines seen = rawLines();
+    ASSERT_EQ(seen.size(), 8u);
+    EXPECT_EQ(seen[0], std::string(4095, 'x') + "@conf:1");
+    // Counting one position past the spaces: 7 spaces swallow the 'x'.
+    EXPECT_EQ(Lines(seen.begin() + 1, seen.end()),
+              (Lines{"xxxxx\n@conf:2", "\t=1\n@conf:3", "\tx\n@conf:4", "\t x\n@conf:5", "\t\tb\n@conf:6",
+                     "      six\n@conf:7", "\t@conf:8"}));
 }
 
-TEST_F(Input, LeadingSpacesBecomeTabsCountingOnePastThem) {
-    push("       x=1\n        x\n         x\n               ab\n      six\n\t  tab\n");
-    int length;
-    std::vector<std::string> raw;
-    while (char *line = inputRawLine(&length))
-        raw.push_back(std::string(line, length));
-    EXPECT_EQ(raw, (Lines{"\t=1\n", "\tx\n", "\t x\n", "\t\tb\n", "      six\n", "\t  tab\n"}));
-}
-
-TEST_F(Input, SpacesOnlyWithoutLineEndStayInsideTheLine) {
-    push(std::string(7, ' '));
-    int length;
-    char *raw = inputRawLine(&length);
-    ASSERT_NE(raw, nullptr);
-    EXPECT_EQ(std::string(raw, length), "\t");
-}
-
-TEST_F(Input, InMemoryLinesCarryTheirLocationAndPopRestoresTheOuter) {
+TEST_F(Input, InMemorySourcesKeepTheirLocationsAndOrder) {
     push("first\nsecond\n");
     int length;
     inputRawLine(&length);
     inputPrefix = s("\t");
-    TextLine *list = record("body 1", "defs", 10, record("body 2", "defs", 11));
-    inputInsert(list, 10);
+    InputRecord *one = inputInsert(record("one", "defs", 10, record("one b", "defs", 11)), 10);
     EXPECT_EQ(inputPrefix, nullptr);
     EXPECT_EQ(inputLine, 10);
-    char *raw = inputRawLine(&length);
-    EXPECT_EQ(std::string(raw, length), "body 1");
-    EXPECT_STREQ(inputFile, "defs");
-    EXPECT_EQ(inputLine, 10);
-    inputPrefix = s("  ");
-    raw = inputRawLine(&length);
-    EXPECT_EQ(std::string(raw, length), "body 2");
-    EXPECT_EQ(inputLine, 11);
-    raw = inputRawLine(&length);
-    EXPECT_EQ(std::string(raw, length), "second\n");
-    EXPECT_STREQ(inputFile, "conf");
-    EXPECT_EQ(inputLine, 2);
-    EXPECT_EQ(inputPrefix, s("\t"));
-}
-
-TEST_F(Input, BodiesChainedBeneathAreReadInValueOrder) {
-    push("before\nafter\n");
-    int length;
-    inputRawLine(&length);
-    InputRecord *first = inputInsert(record("one", "conf", 2), 2);
-    InputRecord *second = inputInsertAfter(first, record("two", "conf", 2), 2);
-    inputInsertAfter(second, record("three", "conf", 2), 2);
-    Lines lines;
-    while (char *raw = inputRawLine(&length))
-        lines.push_back(std::string(raw, length));
-    EXPECT_EQ(lines, (Lines{"one", "two", "three", "after\n"}));
+    inputInsertAfter(inputInsertAfter(one, record("two", "conf", 3), 3), record("three", "conf", 3), 3);
+    EXPECT_EQ(rawLines(), (Lines{"one@defs:10", "one b@defs:11", "two@conf:3", "three@conf:3", "second\n@conf:2"}));
 }
 
 TEST_F(Input, PostprocessLinesAreReadAfterAllOtherInput) {
@@ -179,7 +142,7 @@ TEST_F(Input, PostprocessLinesAreReadAfterAllOtherInput) {
     textAppend(post, s("late"), 0);
     inputFile = s("conf");
     inputLine = 1;
-    std::vector<std::string> seen;
+    Lines seen;
     while (char *raw = inputRawLine(&length)) {
         seen.push_back(std::string(raw, length) + "@" + inputFile + ":" + std::to_string(inputLine));
         if (seen.size() == 2)
@@ -191,67 +154,49 @@ TEST_F(Input, PostprocessLinesAreReadAfterAllOtherInput) {
 
 // ---- include search ----
 
-TEST_F(Input, IncludeOpensANameAsGivenBeforeSearching) {
+TEST_F(Input, IncludeSearchOrderAndDependencyEntries) {
+    // A name that opens as given is not searched.
     std::string direct = std::filesystem::relative(write("direct/n", "direct\n")).string();
     write("p/" + direct, "searched\n");
     searchPath(path("p"));
     inputInclude(s(direct.c_str()));
     EXPECT_STREQ(inputFile, direct.c_str());
     EXPECT_STREQ(inputGetLine(), "direct");
-}
 
-TEST_F(Input, SearchOrderFollowsEmptyAndTrailingElements) {
-    // An empty element tries "/" followed by the name: a relative name that
-    // spells a path under /tmp is found there, ahead of the next element.
+    // An empty element tries "/" and the name: a relative name spelling a
+    // path under /tmp is found there, ahead of the next element.
     std::string relative = path("root/n").substr(1);
     write("root/n", "from root\n");
-    write("b/" + relative, "from b\n");
+    write("my dir/" + relative, "from b\n");
     char *buffer = nullptr;
     size_t size = 0;
     dependStream = open_memstream(&buffer, &size);
-    searchPath(path("a") + ";;" + path("b"));
+    searchPath(path("a") + ";;" + path("my dir"));
     inputInclude(s(relative.c_str()));
     EXPECT_STREQ(inputFile, relative.c_str());
     EXPECT_STREQ(inputGetLine(), "from root");
-    fclose(dependStream);
-    dependStream = nullptr;
-    EXPECT_EQ(std::string(buffer), " \\\n    /" + relative);
-    free(buffer);
-
     std::filesystem::remove(path("root/n"));
-    searchPath(path("a") + ";" + path("b"));
+    searchPath(path("a") + ";" + path("my dir"));
     inputInclude(s(relative.c_str()));
     EXPECT_STREQ(inputGetLine(), "from b");
-
-    searchPath(path("a") + ";");
-    std::string message = relative + ": " + strerror(ENOENT) + "\n";
-    EXPECT_EXIT(inputInclude(s(relative.c_str())), testing::ExitedWithCode(1), testing::Eq(message));
-}
-
-TEST_F(Input, FailedAbsoluteIncludeReportsErrorNumberZero) {
-    std::string message = std::string("/missing/file: ") + strerror(0) + "\n";
-    EXPECT_EXIT(inputInclude(s("/missing/file")), testing::ExitedWithCode(1), testing::Eq(message));
-}
-
-TEST_F(Input, OverlongCandidateIsAClearError) {
-    searchPath(std::string(140, 'd'));
-    std::string message = std::string(140, 'd') + "/n-missing: " + strerror(ENAMETOOLONG) + "\n";
-    EXPECT_EXIT(inputInclude(s("n-missing")), testing::ExitedWithCode(1), testing::Eq(message));
-}
-
-TEST_F(Input, DependencyEntryEscapesBlanksAndBackslashes) {
-    write("my dir/brisk-dep-probe", "x\n");
-    char *buffer = nullptr;
-    size_t size = 0;
-    dependStream = open_memstream(&buffer, &size);
-    searchPath(path("my dir"));
-    inputInclude(s("brisk-dep-probe"));
     fclose(dependStream);
     dependStream = nullptr;
-    EXPECT_EQ(std::string(buffer), " \\\n    " + dir + "/my\\ dir/brisk-dep-probe");
+    EXPECT_EQ(std::string(buffer), " \\\n    /" + relative + " \\\n    " + dir + "/my\\ dir/" + relative);
     free(buffer);
-    EXPECT_STREQ(safepath("plain/path"), "plain/path");
     EXPECT_STREQ(safepath("a b\tc\\d"), "a\\ b\\\tc\\\\d");
+
+    // A trailing separator ends the search.
+    searchPath(path("a") + ";");
+    EXPECT_EXIT(inputInclude(s(relative.c_str())), testing::ExitedWithCode(1),
+                testing::Eq(relative + ": " + strerror(ENOENT) + "\n"));
+}
+
+TEST_F(Input, IncludeFailuresAreFatal) {
+    EXPECT_EXIT(inputInclude(s("/missing/file")), testing::ExitedWithCode(1),
+                testing::Eq(std::string("/missing/file: ") + strerror(0) + "\n"));
+    searchPath(std::string(140, 'd'));
+    EXPECT_EXIT(inputInclude(s("n-missing")), testing::ExitedWithCode(1),
+                testing::Eq(std::string(140, 'd') + "/n-missing: " + strerror(ENAMETOOLONG) + "\n"));
 }
 
 TEST_F(Input, IncludedFileEndRestoresLocationAndPrefix) {
@@ -271,54 +216,36 @@ TEST_F(Input, IncludedFileEndRestoresLocationAndPrefix) {
 
 // ---- logical lines ----
 
-TEST_F(Input, ContinuationJoinsWithOneBlank) {
-    push("a \\\n    b\nc\\\n\\\nd\ne # no \\\nf\n");
-    EXPECT_EQ(logicalLines(), (Lines{"a b", "c d", "e ", "f"}));
-}
-
-TEST_F(Input, ContinuationCrossesTheEndOfAnIncludedFile) {
-    push("first\nafter\nlast\n");
-    inputGetLine();
+TEST_F(Input, ContinuationsJoinWithOneBlankAcrossFileEnds) {
+    push("a \\\n    b\nc\\\n\\\nd\ne # no \\\nf\nafter\n");
+    EXPECT_STREQ(inputGetLine(), "a b");
+    EXPECT_STREQ(inputGetLine(), "c d");
+    EXPECT_STREQ(inputGetLine(), "e ");
+    EXPECT_STREQ(inputGetLine(), "f");
     push("X = a \\\n", "inner");
-    EXPECT_EQ(logicalLines(), (Lines{"X = a after", "last"}));
+    EXPECT_EQ(logicalLines(), (Lines{"X = a after"}));
 }
 
 TEST_F(Input, LineModesDecideWhatIsExpanded) {
     variableSet(nullptr, s("X"), s("1 # 2"));
-    push("Y = $(X)\nY = $(X)\nY = $(X)\n");
+    push("Y = $(X)\nY = $(X)\nY = $(X)\na 'b # \\\nc\r\n");
     EXPECT_STREQ(inputGetLine(), "Y = 1 ");
     lineMode = 2;
     EXPECT_STREQ(inputGetLine(), "Y = 1 # 2");
     lineMode = 1;
-    EXPECT_STREQ(inputGetLine(), "Y = $(X)");
+    EXPECT_EQ(logicalLines(), (Lines{"Y = $(X)", "a 'b # \\", "c"}));
 }
 
-TEST_F(Input, RawModeKeepsEverythingButTheLineEnd) {
-    lineMode = 1;
-    push("a 'b # \\\nc\r\n");
-    EXPECT_EQ(logicalLines(), (Lines{"a 'b # \\", "c"}));
-}
-
-TEST_F(Input, QuotesGovernExpansionAndComments) {
+TEST_F(Input, QuotesEscapesAndReferences) {
     variableSet(nullptr, s("X"), s("yes"));
-    push("'$(X) # \\t'\n\"$(X) # \\t\"\n\\# \\\" \\q \\t\n");
-    EXPECT_EQ(logicalLines(), (Lines{"'$(X) # \\t'", "\"yes # \t\"", "# \" q \t"}));
-}
-
-TEST_F(Input, ReferencesNestAndExpandAgain) {
     variableSet(nullptr, s("a(b)c"), s("inner"));
-    variableSet(nullptr, s("R"), s("<$(V)>"));
-    variableSet(nullptr, s("V"), s("v"));
+    variableSet(nullptr, s("R"), s("<$(X)>"));
     variableSet(nullptr, s("B"), s("a\\"));
-    push("$(a(b)c)\n$(R)\n$(B)\n   b\n");
-    EXPECT_EQ(logicalLines(), (Lines{"inner", "<v>", "a b"}));
-}
-
-TEST_F(Input, LongExpansionsGrowTheBuffer) {
     std::string big(5000, 'v');
     variableSet(nullptr, s("BIG"), s(big.c_str()));
-    push("[$(BIG)$(BIG)]\n");
-    EXPECT_EQ(std::string(inputGetLine()), "[" + big + big + "]");
+    push("'$(X) # \\t'\n\"$(X) # \\t\"\n\\# \\\" \\q \\t\n$(a(b)c) $(R)\n$(B)\n   b\n[$(BIG)$(BIG)]\n");
+    EXPECT_EQ(logicalLines(), (Lines{"'$(X) # \\t'", "\"yes # \t\"", "# \" q \t", "inner <yes>", "a b",
+                                     "[" + big + big + "]"}));
 }
 
 TEST_F(Input, UnbalancedReferencesAndQuotesAreFatal) {
@@ -334,10 +261,10 @@ TEST_F(Input, DebugLetterLRecordsLinesAtTheirFirstLocation) {
     debugSet('l');
     push("A = 1 \\\n  2\n");
     EXPECT_STREQ(inputGetLine(), "A = 1 2");
+    EXPECT_EQ(inputLine, 2);
     EXPECT_STREQ(variableValue(globalTable, s("conf:1"), 1), "A = 1 2");
     EXPECT_STREQ(variableValue(globalTable, s("CURRENT_FILE"), 1), "conf:1");
     EXPECT_STREQ(variableValue(globalTable, s("CURRENT_LINE"), 1), "A = 1 2");
-    EXPECT_EQ(inputLine, 2);
 }
 
 }  // namespace
