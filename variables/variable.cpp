@@ -1,0 +1,307 @@
+// The variable store: lookup through the scope chain and the global table,
+// and every operation that creates or changes a variable.
+#include "variables/variable.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "core/alloc.h"
+#include "driver/builtins.h"
+#include "driver/debug.h"
+#include "input/charclass.h"
+#include "input/diag.h"
+#include "input/input.h"
+#include "variables/expand.h"
+#include "variables/scope.h"
+
+char nameSeparator = '/';
+istring delimiterValue;
+uint32_t variableSequence;
+
+namespace {
+
+bool isDelimiter(int c) { return isClass(c, CC_DELIMITER); }
+
+// Internal invariant: everything handed to the store must be interned.
+void variableCheckIstring(const char *s) {
+    if (s && istringMagic(s) != ISTRING_MAGIC) {
+        fputs("Not a istring\n", stderr);
+        abort();
+    }
+}
+
+// The table that writes without an explicit table go to.
+HashTable *variableTarget(HashTable *table) {
+    if (table)
+        return table;
+    return currentScope ? currentScope->table : globalTable;
+}
+
+// True for names of the form .DEBUGFLAGS[...]; stops the program unless the
+// subscript is exactly one character.
+bool debugFlagName(istring name) {
+    static const char prefix[] = ".DEBUGFLAGS[";
+    const size_t prefixLength = sizeof prefix - 1;
+    size_t length = istringLength(name);
+    if (length == 0 || name[length - 1] != ']' || std::strncmp(name, prefix, prefixLength) != 0)
+        return false;
+    if (length != prefixLength + 2)
+        fatal("%s must have a single character subscript", names.DEBUGFLAGS);
+    return true;
+}
+
+unsigned char debugFlagLetter(istring name) { return static_cast<unsigned char>(name[istringLength(name) - 2]); }
+
+}  // namespace
+
+void delimiterSet(const char *text) {
+    for (uint16_t &cls : charClass)
+        cls &= static_cast<uint16_t>(~CC_DELIMITER);
+    for (const char *p = text ? text : " \t"; *p; p++)
+        charClass[static_cast<unsigned char>(*p)] |= CC_DELIMITER;
+}
+
+Variable *variableFind(HashTable *table, istring name, int only) {
+    if (table) {
+        if (Variable *record = static_cast<Variable *>(ht_lookup(table, name)))
+            return record;
+        if (only)
+            return nullptr;
+    }
+    for (Scope *scope = currentScope; scope; scope = scope->parent)
+        if (Variable *record = static_cast<Variable *>(ht_lookup(scope->table, name)))
+            return record;
+    return globalTable ? static_cast<Variable *>(ht_lookup(globalTable, name)) : nullptr;
+}
+
+istring variableValue(HashTable *table, istring name, int only) {
+    Variable *record = variableFind(table, name, only);
+    return record && record->value ? record->value : names.empty;
+}
+
+void variableInsert(HashTable *table, istring name, istring value, Variable *existing, istring separator) {
+    Variable *record = static_cast<Variable *>(xmalloc(sizeof(Variable), "variableInsert"));
+    record->value = value;
+    record->separator = separator;
+    record->flags = 0;
+    record->sequence = existing ? existing->sequence : variableSequence++;
+    variableNameSplit(record, name);
+    if (debugOn('s') && name == names.SRCPATH && value && *value && value[istringLength(value) - 1] != '/') {
+        fprintf(stderr, "%s:%d: Warning: %s does not end with a ``/''\n", inputFile ? inputFile : "", inputLine,
+                names.SRCPATH);
+        fprintf(stderr, "\tSet to: %s\n", value);
+    }
+    HashTable *target = variableTarget(table);
+    if (name == names.DELIMITER) {
+        target = globalTable;
+        delimiterValue = value;
+        delimiterSet(value);
+    }
+    ht_insert(target, name, record, 1);
+}
+
+void variableSet(HashTable *table, istring name, istring value) {
+    variableCheckIstring(name);
+    variableCheckIstring(value);
+    if (debugFlagName(name)) {
+        if (value == names.False)
+            debugClear(debugFlagLetter(name));
+        else
+            debugSet(debugFlagLetter(name));
+        return;
+    }
+    if (name == names.SEPARATOR) {
+        if (!value || istringLength(value) != 1)
+            fatal("%s must be assigned to a single character", names.SEPARATOR);
+        nameSeparator = value[0];
+        return;
+    }
+    variableInsert(table, name, value, nullptr, names.blank);
+}
+
+// The record a combining operation (append, prepend, remove) keeps the
+// sequence number of, and the separator it stores.
+static Variable *variableCombineRecord(HashTable *table, istring name, istring *defaultSeparator) {
+    Variable *record = variableFind(table, name, 0);
+    *defaultSeparator = record && record->separator ? record->separator : names.blank;
+    return record;
+}
+
+static void variableCombine(HashTable *table, istring name, istring value, istring separator, bool prepend) {
+    variableCheckIstring(name);
+    variableCheckIstring(value);
+    istring old = variableExpand(table, name, 0);
+    istring defaultSeparator;
+    Variable *record = variableCombineRecord(table, name, &defaultSeparator);
+    if (!separator)
+        separator = defaultSeparator;
+    istring result = value;
+    if (*old) {
+        std::string text;
+        const char *add = value ? value : "";
+        text.reserve(istringLength(old) + std::strlen(add) + istringLength(separator));
+        text += prepend ? add : old;
+        text += separator;
+        text += prepend ? old : add;
+        result = istringNewN(text.data(), static_cast<unsigned>(text.size()));
+    }
+    variableInsert(table, name, result, record, defaultSeparator);
+}
+
+void variableAppend(HashTable *table, istring name, istring value, istring separator) {
+    variableCombine(table, name, value, separator, false);
+}
+
+void variablePrepend(HashTable *table, istring name, istring value, istring separator) {
+    variableCombine(table, name, value, separator, true);
+}
+
+void variableRemove(HashTable *table, istring name, istring word) {
+    variableCheckIstring(name);
+    variableCheckIstring(word);
+    istring old = variableExpand(table, name, 0);
+    istring defaultSeparator;
+    Variable *record = variableCombineRecord(table, name, &defaultSeparator);
+    if (!word || !*word)
+        return;
+    size_t wordLength = istringLength(word);
+    const char *hit = nullptr;
+    for (const char *from = old; (hit = std::strstr(from, word)); from = hit + 1) {
+        bool starts = hit == old || isDelimiter(hit[-1]);
+        bool ends = hit[wordLength] == '\0' || isDelimiter(hit[wordLength]);
+        if (starts && ends)
+            break;
+    }
+    if (!hit)
+        return;
+    std::string result(old, hit);
+    const char *rest = hit + wordLength;
+    while (*rest && isDelimiter(*rest))
+        rest++;
+    result += rest;
+    variableInsert(table, name, istringNewN(result.data(), static_cast<unsigned>(result.size())), record,
+                   defaultSeparator);
+}
+
+void variableUnset(istring name) {
+    if (name == names.DELIMITER) {
+        delimiterValue = istringNew(" \t");
+        delimiterSet(delimiterValue);
+        return;
+    }
+    if (debugFlagName(name)) {
+        debugClear(debugFlagLetter(name));
+        return;
+    }
+    Variable *record = variableFind(nullptr, name, 0);
+    if (record)
+        record->flags |= VAR_DELETED;
+}
+
+void variableUses(HashTable *table, istring name, const char *separator) {
+    HashTable *target = variableTarget(table);
+    Variable *record = variableFind(target, name, 0);
+    variableInsert(target, name, record ? record->value : nullptr, record, istringNew(separator));
+}
+
+istring variableSeparator(HashTable *table, istring name) {
+    Variable *record = variableFind(variableTarget(table), name, 0);
+    return record ? record->separator : nullptr;
+}
+
+int variableDefined(HashTable *table, istring name) {
+    if (table)
+        if (Variable *record = static_cast<Variable *>(ht_lookup(table, name)))
+            return record->flags & VAR_DELETED ? 0 : 1;
+    if (Variable *record = variableFind(nullptr, name, 0))
+        return record->flags & VAR_DELETED ? 0 : 1;
+    Variable wanted;
+    variableNameSplit(&wanted, name);
+    if (wanted.count == 0)
+        return 0;
+    istring best = variableBestMatch(table, &wanted, 0);
+    variableNameFree(&wanted);
+    return best ? 1 : 0;
+}
+
+// Calls `visit` with each table from the current scope outwards.
+template <typename Visit>
+static void variableEachScopeTable(Visit visit) {
+    for (Scope *scope = currentScope; scope; scope = scope->parent)
+        visit(scope->table);
+}
+
+template <typename Visit>
+static void variableEachRecord(HashTable *table, Visit visit) {
+    HashCursor *cursor = ht_start(table);
+    if (!cursor)
+        return;
+    void *value;
+    while (istring key = ht_next(cursor, &value))
+        visit(key, static_cast<Variable *>(value));
+    ht_end(cursor);
+}
+
+void variableFlatten(HashTable *target) {
+    auto copy = [target](HashTable *table) {
+        variableEachRecord(table, [target](istring key, Variable *record) {
+            if (ht_lookup(target, key))
+                return;
+            Variable *duplicate = static_cast<Variable *>(xmalloc(sizeof(Variable), "variableFlatten"));
+            *duplicate = *record;
+            ht_insert(target, key, duplicate, 0);
+        });
+    };
+    variableEachScopeTable(copy);
+    if (globalTable)
+        copy(globalTable);
+}
+
+static void variableDumpEntry(const Variable *record) {
+    if (record->flags & VAR_DELETED)
+        fputs(" DELETED\n", stdout);
+    else if (record->value && *record->value)
+        printf("=%s\n", record->value);
+    else
+        putchar('\n');
+}
+
+void variableDump(HashTable *table, int localOnly) {
+    printf("\nVariable Dump at %s:%d\n", inputFile ? inputFile : "", inputLine);
+    int indent = 2;
+    auto dumpTable = [&indent](HashTable *t) {
+        if (t->count == 0)
+            return;
+        indent += 2;
+        variableEachRecord(t, [indent](istring key, Variable *record) {
+            printf("%*s%s", indent, "", key);
+            variableDumpEntry(record);
+        });
+    };
+    if (table)
+        dumpTable(table);
+    else
+        variableEachScopeTable(dumpTable);
+    if (!localOnly && globalTable)
+        variableEachRecord(globalTable, [indent](istring key, Variable *record) {
+            printf(" %*s %s", indent, "", key);
+            variableDumpEntry(record);
+        });
+}
+
+void variableCheck() {
+    auto check = [](HashTable *table) {
+        variableEachRecord(table, [](istring key, Variable *record) {
+            istringCheck(key);
+            if (record->value && *record->value)
+                istringCheck(record->value);
+            if (record->separator)
+                istringCheck(record->separator);
+        });
+    };
+    variableEachScopeTable(check);
+    if (globalTable)
+        check(globalTable);
+}
