@@ -22,6 +22,10 @@ static char *poolNext;
 static size_t poolRemainder;
 
 void *poolalloc(size_t size) {
+    if (size > static_cast<size_t>(PTRDIFF_MAX)) {
+        errno = ENOMEM;
+        err(1, nullptr);
+    }
     size = (size + 3) & ~static_cast<size_t>(3);
     if (poolRemainder < size) {
         char *block = static_cast<char *>(xmalloc(size + 65536, "poolalloc"));
@@ -33,4 +37,10 @@ void *poolalloc(size_t size) {
     poolNext += size;
     poolRemainder -= size;
     return p;
+}
+
+void *poolallocRecord(size_t size) {
+    constexpr uintptr_t align = alignof(void *);
+    uintptr_t p = reinterpret_cast<uintptr_t>(poolalloc(size + align - 1));
+    return reinterpret_cast<void *>((p + align - 1) & ~(align - 1));
 }

@@ -22,8 +22,8 @@ HashTable *ht_new() {
 }
 
 static HashEntry *entryAlloc() {
-    // Entries come from the pool, aligned to 4 bytes (the pool already is).
-    return static_cast<HashEntry *>(poolalloc(sizeof(HashEntry)));
+    // Entries are permanent pool records, aligned for their pointers.
+    return static_cast<HashEntry *>(poolallocRecord(sizeof(HashEntry)));
 }
 
 int ht_insert(HashTable *table, istring key, void *value, int replace) {

@@ -33,7 +33,7 @@ static char *spoolalloc(unsigned n) {
     size_t size = (n + 16) & ~static_cast<size_t>(3);
     if (spoolRemainder < size) {
         char *block = static_cast<char *>(xmalloc(size + 65536, "spoolalloc"));
-        StringBlock *record = static_cast<StringBlock *>(poolalloc(sizeof(StringBlock)));
+        StringBlock *record = static_cast<StringBlock *>(poolallocRecord(sizeof(StringBlock)));
         record->next = stringBlocks;
         record->start = block;
         record->used = 0;
@@ -52,6 +52,8 @@ static char *spoolalloc(unsigned n) {
 
 void istringInit() { ht_init(&stringTable, 4096); }
 
+const HashTable *istringTable() { return &stringTable; }
+
 istring istringNew(const char *s) { return istringNewN(s, static_cast<unsigned>(std::strlen(s))); }
 
 istring istringNewN(const char *chars, unsigned length) {
@@ -59,7 +61,10 @@ istring istringNewN(const char *chars, unsigned length) {
     HashEntry **link = &stringTable.buckets[h & stringTable.mask];
     for (; *link; link = &(*link)->next) {
         HashEntry *e = *link;
-        if (e->hash == h && std::strncmp(e->key, chars, length) == 0 && e->key[length] == '\0')
+        // The key's byte at position length must be its terminator; a key
+        // shorter than length has no such byte and cannot match.
+        if (e->hash == h && std::strncmp(e->key, chars, length) == 0 && length <= istringLength(e->key) &&
+            e->key[length] == '\0')
             return e->key;
     }
     if (length + 1 > 65535)
@@ -68,7 +73,7 @@ istring istringNewN(const char *chars, unsigned length) {
     std::memcpy(s, chars, length);
     s[length] = '\0';
     std::memcpy(s - sizeof(uint16_t) - sizeof(uint32_t), &h, sizeof h);
-    HashEntry *entry = static_cast<HashEntry *>(poolalloc(sizeof(HashEntry)));
+    HashEntry *entry = static_cast<HashEntry *>(poolallocRecord(sizeof(HashEntry)));
     entry->next = nullptr;
     entry->key = s;
     entry->hash = h;
@@ -79,17 +84,23 @@ istring istringNewN(const char *chars, unsigned length) {
     return s;
 }
 
+// abort() does not flush stdio, so the message is flushed first.
+[[noreturn]] static void checkFailed() {
+    fflush(stdout);
+    abort();
+}
+
 void istringCheck(istring s) {
     if (istringMagic(s) != ISTRING_MAGIC) {
         printf("%s: incorrect magic\n", s);
-        abort();
+        checkFailed();
     }
     if (std::strlen(s) != istringLength(s)) {
         printf("%s: incorrect length %lu != %u\n", s, static_cast<unsigned long>(std::strlen(s)), istringLength(s));
-        abort();
+        checkFailed();
     }
     if (ht_hash(s, istringLength(s)) != istringHash(s)) {
         printf("%s: incorrect hash\n", s);
-        abort();
+        checkFailed();
     }
 }

@@ -20,6 +20,9 @@ struct __attribute__((packed)) IStringHeader {
 uint32_t ht_hash(const char *chars, unsigned length);
 
 void istringInit();
+// The string table, read-only, for inspection.
+struct HashTable;
+const HashTable *istringTable();
 istring istringNew(const char *s);
 istring istringNewN(const char *chars, unsigned length);
 void istringCheck(istring s);

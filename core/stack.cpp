@@ -1,6 +1,8 @@
 // Character stacks and the string builder.
 #include "core/stack.h"
 
+#include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <err.h>
@@ -67,9 +69,17 @@ void stringPop() {
     free(frame);
 }
 
+// A size the 32-bit capacity cannot hold ends the program like a failed malloc.
+[[noreturn]] static void builderTooLarge() {
+    errno = ENOMEM;
+    err(1, nullptr);
+}
+
 void need(int n, int keep) {
     if (n <= builder.capacity)
         return;
+    if (n > INT_MAX - 256)
+        builderTooLarge();
     builder.capacity = n + 256;
     if (!builder.buffer) {
         builder.buffer = static_cast<char *>(xmalloc(builder.capacity, "need"));
@@ -93,6 +103,8 @@ void stringBegin(int capacity) {
 void stringAppend(const char *chars, int n) {
     if (n <= 0)
         return;
+    if (n > INT_MAX - builder.used)
+        builderTooLarge();
     need(builder.used + n, 1);
     std::memcpy(builder.buffer + builder.used, chars, n);
     builder.used += n;
@@ -109,7 +121,7 @@ istring stringConcat(istring a, istring b) {
         return b;
     if (!*b)
         return a;
-    int la = istringLength(a), lb = istringLength(b);
+    int la = istringLength(a), lb = istringLength(b);  // each below 65,535
     need(la + lb, 0);
     std::memcpy(builder.buffer, a, la);
     std::memcpy(builder.buffer + la, b, lb);
@@ -121,9 +133,12 @@ istring stringJoin(const TextLine *list) {
         return istringNew("");
     if (!list->next)
         return list->text;
-    int total = 0;
+    long long sum = 0;
     for (const TextLine *l = list; l; l = l->next)
-        total += istringLength(l->text) + 1;
+        sum += istringLength(l->text) + 1;
+    if (sum > INT_MAX)
+        builderTooLarge();
+    int total = static_cast<int>(sum);
     need(total, 0);
     int written = 0;
     for (const TextLine *l = list; l; l = l->next) {

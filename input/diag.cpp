@@ -46,15 +46,17 @@ void warning(const char *format, ...) {
 }
 
 istring lineRecordName(istring file, int line) {
+    // Reused between calls; room for the name, a colon, any int and the
+    // terminator, replaced by a larger one when a longer name comes.
     static char *buffer;
     static size_t capacity;
+    constexpr size_t numberRoom = 1 + 11 + 1;
     size_t length = std::strlen(file);
-    if (length + 8 >= capacity) {
+    if (length + numberRoom > capacity) {
         free(buffer);
-        capacity = length + 9;
+        capacity = length + numberRoom;
         buffer = static_cast<char *>(xmalloc(capacity, "lineRecordName"));
     }
-    // Line numbers beyond seven digits are cut rather than written past the end.
     snprintf(buffer, capacity, "%s:%d", file, line);
     return istringNew(buffer);
 }
