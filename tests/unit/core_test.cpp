@@ -1,7 +1,10 @@
 // Interned strings, hash tables, pools, character stacks and the builder.
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstdint>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include "core/alloc.h"
@@ -52,17 +55,67 @@ TEST(IString, InterningGivesOneHandlePerSequence) {
     EXPECT_EQ(istringMagic(ab), ISTRING_MAGIC);
     EXPECT_NE(istringNew("abc"), ab);
     istringCheck(ab);
-    // Characters after an embedded NUL take no part in the comparison.
-    istring x = istringNewN("x\0a", 3);
-    EXPECT_EQ(istringNewN("x\0b", 3), ht_hash("x\0a", 3) == ht_hash("x\0b", 3) ? x : istringNewN("x\0b", 3));
+    // Characters after an embedded NUL take no part in the comparison: these
+    // two agree up to the NUL and have the same length and hash.
+    ASSERT_EQ(ht_hash("x\0AB", 4), ht_hash("x\0B!", 4));
+    istring x = istringNewN("x\0AB", 4);
+    EXPECT_EQ(istringNewN("x\0B!", 4), x);
+    EXPECT_EQ(std::string(x, 4), std::string("x\0AB", 4));
+    EXPECT_NE(istringNew("x"), x);
 }
 
-TEST(IString, SurvivesTableGrowth) {
+TEST(IString, HighBytesHashNegative) {
+    startUp();
+    istring e9 = istringNew("\xE9");
+    EXPECT_EQ(istringHash(e9), 0xFFFFFFE9u);
+    const HashTable *table = istringTable();
+    if (table->size != 4096)
+        GTEST_SKIP() << "string table already grown";
+    bool found = false;
+    for (HashEntry *e = table->buckets[0xFE9]; e; e = e->next)
+        found |= e->key == e9;
+    EXPECT_TRUE(found);
+}
+
+// Fake istrings for the validity check: header then characters.
+struct FakeIString {
+    IStringHeader header;
+    char chars[8];
+} __attribute__((packed));
+
+TEST(IString, CheckReportsOnStandardOutputAndAborts) {
+    startUp();
+    FakeIString fake{{ISTRING_MAGIC, ht_hash("zz", 2), 2}, "zz"};
+    istringCheck(fake.chars);
+    // The messages go to standard output; route it to stderr to see them.
+    fake.header.magic = 0x12345678;
+    EXPECT_EXIT((dup2(2, 1), istringCheck(fake.chars)), testing::KilledBySignal(SIGABRT),
+                "^zz: incorrect magic\n$");
+    fake.header.magic = ISTRING_MAGIC;
+    fake.header.length = 3;
+    EXPECT_EXIT((dup2(2, 1), istringCheck(fake.chars)), testing::KilledBySignal(SIGABRT),
+                "^zz: incorrect length 2 != 3\n$");
+    fake.header.length = 2;
+    fake.header.hash = 1;
+    EXPECT_EXIT((dup2(2, 1), istringCheck(fake.chars)), testing::KilledBySignal(SIGABRT),
+                "^zz: incorrect hash\n$");
+}
+
+TEST(IString, TableGrowsPastThresholdAndKeepsOldStrings) {
     startUp();
     istring first = istringNew("first-before-growth");
-    for (int i = 0; i < 7000; i++)
-        istringNew(("s" + std::to_string(i)).c_str());
+    const HashTable *table = istringTable();
+    if (table->size != 4096)
+        GTEST_SKIP() << "string table already grown";
+    int i = 0;
+    while (table->count < 6144)
+        istringNew(("s" + std::to_string(i++)).c_str());
+    EXPECT_EQ(table->size, 4096u);
+    istringNew("the-6145th");
+    EXPECT_EQ(table->size, 8192u);
+    EXPECT_EQ(table->threshold, 12288u);
     EXPECT_EQ(istringNew("first-before-growth"), first);
+    EXPECT_EQ(istringNew("s0"), istringNewN("s0 and more", 2));
 }
 
 TEST(IString, LengthLimit) {
@@ -77,29 +130,41 @@ TEST(HashTable, GrowsAtThirteenthEntryAndReversesChains) {
     startUp();
     HashTable *table = ht_new();
     EXPECT_EQ(ht_start(table), nullptr);
-    // Keys whose hashes share bucket 0 of 8 and split over 16 buckets.
+    // Thirteen keys that all share bucket 0 of 8 and split over buckets 0 and
+    // 8 of 16.
     std::vector<istring> keys;
-    for (int c = 0; keys.size() < 12; c++) {
+    for (int c = 0; keys.size() < 13; c++) {
         std::string k = "k" + std::to_string(c);
         if ((ht_hash(k.c_str(), k.size()) & 7) == 0)
             keys.push_back(istringNew(k.c_str()));
     }
-    for (istring k : keys)
-        EXPECT_EQ(ht_insert(table, k, (void *)k, 0), 0);
+    for (size_t i = 0; i < 12; i++)
+        EXPECT_EQ(ht_insert(table, keys[i], (void *)keys[i], 0), 0);
     EXPECT_EQ(table->size, 8u);
-    std::vector<std::string> before = keysInOrder(table);
-    ASSERT_EQ(before.size(), 12u);
-    EXPECT_EQ(before.front(), keys.front());  // chain order is insertion order
-    ht_insert(table, istringNew("thirteenth"), nullptr, 0);
+    EXPECT_EQ(keysInOrder(table), std::vector<std::string>(keys.begin(), keys.begin() + 12));
+    EXPECT_EQ(ht_insert(table, keys[12], (void *)keys[12], 0), 0);
     EXPECT_EQ(table->size, 16u);
-    // Within each new bucket the former order is reversed.
-    std::vector<std::string> bucket0, expected0;
+    EXPECT_EQ(table->count, 13u);
+    EXPECT_EQ(table->threshold, 24u);
+    // Bucket 0 first, then bucket 8, each in reverse of the former chain.
+    std::vector<std::string> expected;
+    for (uint32_t bucket : {0u, 8u})
+        for (auto k = keys.rbegin(); k != keys.rend(); ++k)
+            if ((ht_hash(*k, strlen(*k)) & 15) == bucket)
+                expected.push_back(*k);
+    EXPECT_EQ(keysInOrder(table), expected);
+    // A later key is appended at the end of its chain.
+    std::string later;
+    for (int c = 1000; later.empty(); c++) {
+        std::string k = "k" + std::to_string(c);
+        if ((ht_hash(k.c_str(), k.size()) & 15) == 8)
+            later = k;
+    }
+    ht_insert(table, istringNew(later.c_str()), nullptr, 0);
+    expected.push_back(later);
+    EXPECT_EQ(keysInOrder(table), expected);
     for (istring k : keys)
-        if ((ht_hash(k, strlen(k)) & 15) == 0)
-            expected0.insert(expected0.begin(), k);
-    for (HashEntry *e = table->buckets[0]; e; e = e->next)
-        bucket0.push_back(e->key);
-    EXPECT_EQ(bucket0, expected0);
+        EXPECT_EQ(ht_lookup(table, k), k);
 }
 
 TEST(HashTable, ReplaceFlag) {
@@ -113,6 +178,11 @@ TEST(HashTable, ReplaceFlag) {
     EXPECT_EQ(ht_insert(table, k, &two, 1), 1);
     EXPECT_EQ(ht_lookup(table, k), &two);
     EXPECT_EQ(ht_lookup(table, istringNew("other")), nullptr);
+    // Keys match by identity only: a plain copy of the characters is absent.
+    char copy[] = "key";
+    EXPECT_EQ(ht_lookup(table, copy), nullptr);
+    EXPECT_EQ(ht_insert(table, copy, &one, 0), 0);
+    EXPECT_EQ(table->count, 2u);
 }
 
 TEST(Pool, SmallRequestsAreFourBytesApart) {
@@ -121,6 +191,13 @@ TEST(Pool, SmallRequestsAreFourBytesApart) {
     char *c = static_cast<char *>(poolalloc(3));
     EXPECT_EQ(b - a, 4);
     EXPECT_EQ(c - b, 4);
+    void *record = poolallocRecord(sizeof(HashEntry));
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(record) % alignof(HashEntry), 0u);
+}
+
+TEST(Alloc, ImpossibleSizeFailsWithSystemText) {
+    EXPECT_EXIT(xmalloc(static_cast<size_t>(-64), "test"), testing::ExitedWithCode(1),
+                ": Cannot allocate memory\n$");
 }
 
 TEST(Stack, PopsBytesThenEnd) {
@@ -157,7 +234,19 @@ TEST(Builder, NeedCapacities) {
     need(400, 1);
     EXPECT_EQ(builder.capacity, 656);
     EXPECT_EQ(std::string(builder.buffer, 4), "keep");
+    // A pass runs in a fresh frame: the outer buffer survives it, but the
+    // used length is shared and is reset by the pass.
+    builder.used = 4;
+    stringBegin(0);
+    EXPECT_EQ(builder.capacity, 0);
+    stringAppend("inner", 5);
+    EXPECT_EQ(stringEnd(), istringNew("inner"));
+    EXPECT_EQ(builder.capacity, 656);
+    EXPECT_EQ(std::string(builder.buffer, 4), "keep");
+    EXPECT_EQ(builder.used, 5);
     stringPop();
+    EXPECT_EQ(builder.saved, nullptr);
+    stringPop();  // nothing saved: no effect
 }
 
 TEST(Builder, PassesJoinAndConcat) {

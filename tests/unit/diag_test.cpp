@@ -36,6 +36,30 @@ TEST(Diag, LocationNames) {
     EXPECT_EQ(lineRecordName(istringNew("<STDIN>"), 0), istringNew("<STDIN>:0"));
     std::string longName(300, 'd');
     EXPECT_EQ(lineRecordName(istringNew(longName.c_str()), 1234567), istringNew((longName + ":1234567").c_str()));
+    // A shorter name after a longer one, and numbers past seven digits.
+    EXPECT_EQ(lineRecordName(istringNew("a"), 123456789), istringNew("a:123456789"));
+    EXPECT_EQ(lineRecordName(istringNew(""), -2147483647 - 1), istringNew(":-2147483648"));
+}
+
+TEST(Diag, HistoryCountsAndEndClearsPrefix) {
+    startUp();
+    int depth = statementCount;
+    StatementStart();
+    EXPECT_EQ(statementCount, depth + 1);
+    EXPECT_EQ(statementHistory->file, istringNew("conf"));
+    EXPECT_EQ(statementHistory->line, 7);
+    inputPrefix = istringNew("\t");
+    StatementEnd();
+    EXPECT_EQ(statementCount, depth);
+    EXPECT_EQ(inputPrefix, istringNew(""));
+}
+
+TEST(Diag, NoTraceWithoutLetterT) {
+    startUp();
+    debugClear('t');
+    StatementStart();
+    EXPECT_EXIT(fatal("plain"), testing::ExitedWithCode(1), "^plain\n$");
+    StatementEnd();
 }
 
 TEST(Diag, TraceListsOpenStatementsOutermostFirst) {
@@ -53,6 +77,12 @@ TEST(Diag, TraceListsOpenStatementsOutermostFirst) {
     // With nothing open the heading is not printed either.
     EXPECT_EXIT(fatal("quiet"), testing::ExitedWithCode(1), "^quiet\n$");
     EXPECT_EXIT(StatementEnd(), testing::ExitedWithCode(1), "^statement history underflow\n$");
+    // fatalAt traces too, after its located message.
+    inputLine = 9;
+    StatementStart();
+    EXPECT_EXIT(fatalAt("yacc stack overflow"), testing::ExitedWithCode(1),
+                "^conf:9 yacc stack overflow\nScope Trace:\n\n  1: conf:9 \n$");
+    StatementEnd();
     debugClear('t');
 }
 
