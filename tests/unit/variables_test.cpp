@@ -54,9 +54,9 @@ protected:
         inputLine = 7;
     }
     void TearDown() override {
+        debugReset();
         while (currentScope != outer)
             scopePop();
-        debugReset();
         nameSeparator = '/';
         variableSet(globalTable, names.DELIMITER, I(" \t"));
     }
@@ -78,7 +78,6 @@ TEST_F(Variables, OutermostScopeIsNeverClosed) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(currentScope, outermost);
     EXPECT_EQ(currentScope->depth, 0);
-    scopeNew(nullptr);  // leave a scope for TearDown to find its way back
     outer = outermost;
 }
 
