@@ -67,8 +67,8 @@ istring istringNewN(const char *chars, unsigned length) {
             e->key[length] == '\0')
             return e->key;
     }
-    if (length + 1 > 65535)
-        errx(1, "name length too long(%d)", static_cast<int>(length + 1));
+    if (length >= 65535)  // length + 1 above 65,535, without wrapping
+        errx(1, "name length too long(%d)", static_cast<int>(length) + 1);
     char *s = spoolalloc(length + 1);
     std::memcpy(s, chars, length);
     s[length] = '\0';
