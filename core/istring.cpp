@@ -68,7 +68,7 @@ istring istringNewN(const char *chars, unsigned length) {
             return e->key;
     }
     if (length >= 65535)  // length + 1 above 65,535, without wrapping
-        errx(1, "name length too long(%d)", static_cast<int>(length) + 1);
+        errx(1, "name length too long(%d)", static_cast<int>(length + 1u));
     char *s = spoolalloc(length + 1);
     std::memcpy(s, chars, length);
     s[length] = '\0';
