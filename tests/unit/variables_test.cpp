@@ -95,13 +95,15 @@ TEST_F(Variables, ClosedScopeRecordIsReusedWithAFreshTable) {
     EXPECT_EQ(value("RX"), "");
 }
 
-TEST_F(Variables, SkipStateFlowsInwardsAndIsRestored) {
+TEST_F(Variables, SkipStateFlowsInwardsAndPopsUnwindBlocksFirst) {
+    Scope *scope = currentScope;
     EXPECT_TRUE(scopeActive());
     scopePush();
     scopeIgnore();
     EXPECT_TRUE(scopeIgnoring());
     EXPECT_FALSE(scopeActive());
     scopePush();
+    EXPECT_EQ(scope->depth, 2);
     EXPECT_TRUE(scopeIgnoring());
     scopeNew(nullptr);
     EXPECT_TRUE(scopeIgnoring());
@@ -110,22 +112,10 @@ TEST_F(Variables, SkipStateFlowsInwardsAndIsRestored) {
     EXPECT_TRUE(scopeIgnoring());
     scopePop();
     EXPECT_TRUE(scopeActive());
-    EXPECT_FALSE(scopeIgnoring());
-}
-
-TEST_F(Variables, PopsLeaveNestedBlocksBeforeClosingTheScope) {
-    Scope *scope = currentScope;
-    scopePush();
-    scopePush();
-    EXPECT_EQ(scope->depth, 2);
-    scopePop();
-    scopePop();
     EXPECT_EQ(currentScope, scope);
-    EXPECT_EQ(scope->depth, 0);
     EXPECT_EQ(scope->condition, &scope->embedded);
     scopePop();
     EXPECT_EQ(currentScope, outer);
-    scopeNew(nullptr);
 }
 
 TEST_F(Variables, ScopeTracesOnStandardOutput) {
@@ -173,22 +163,17 @@ TEST_F(Variables, BestMatchPrefersExactComponentsThenNewest) {
     EXPECT_EQ(value("A/c/y"), "");
     EXPECT_EQ(value("A/c"), "");
     EXPECT_EQ(value("A/*/x"), "1");  // the stored wildcard itself
+    variableSet(nullptr, I("W/b/x"), I("2"));
+    EXPECT_EQ(value("W/*/x"), "");  // wildcards work on the stored side only
+    variableSet(nullptr, I("E/*/y"), I("any"));
+    EXPECT_EQ(value("E//y"), "any");
+    EXPECT_EQ(value("E//z"), "");
     scopeNew(nullptr);
     variableSet(nullptr, I("B/b/*"), I("2"));
     variableSet(nullptr, I("B/*/x"), I("1"));
     EXPECT_EQ(value("B/b/x"), "1");  // tie of 2, the later record wins
     EXPECT_TRUE(variableDefined(nullptr, I("B/b/x")));
     EXPECT_FALSE(variableDefined(nullptr, I("B/b")));
-}
-
-TEST_F(Variables, WildcardWorksOnTheStoredSideOnly) {
-    variableSet(nullptr, I("W/b/x"), I("2"));
-    EXPECT_EQ(value("W/*/x"), "");
-    variableSet(nullptr, I("E//x"), I("empty"));
-    EXPECT_EQ(value("E//x"), "empty");
-    EXPECT_EQ(value("E/y/x"), "");
-    variableSet(nullptr, I("E/*/y"), I("any"));
-    EXPECT_EQ(value("E//y"), "any");
 }
 
 TEST_F(Variables, DeletedRecordsInScopesNeverMatchButGlobalOnesDo) {
