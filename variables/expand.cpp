@@ -5,7 +5,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstdint>
 #include <cstring>
+#include <err.h>
 #include <glob.h>
 #include <string>
 #include <string_view>
@@ -29,12 +31,18 @@ istring internView(std::string_view text) { return istringNewN(text.data(), stat
 // Makes room for `extra` more bytes at `position` in the builder's buffer,
 // at least doubling it so that a long text costs linear time.
 void expandReserve(int position, int extra) {
-    if (position + extra <= builder.capacity)
+    int64_t wanted = static_cast<int64_t>(position) + extra;
+    if (wanted <= builder.capacity)
         return;
-    int wanted = position + extra;
-    if (wanted < 2 * builder.capacity)
-        wanted = 2 * builder.capacity;
-    need(wanted, 1);
+    if (wanted < 2 * static_cast<int64_t>(builder.capacity))
+        wanted = 2 * static_cast<int64_t>(builder.capacity);
+    // A self-referencing value grows the text without end; stop the way a
+    // failed allocation does rather than overflow the size.
+    if (wanted > INT32_MAX - 256) {
+        errno = ENOMEM;
+        err(1, nullptr);
+    }
+    need(static_cast<int>(wanted), 1);
 }
 
 void expandPut(int &position, char c) {
