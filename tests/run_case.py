@@ -14,7 +14,8 @@ start with a line `--- kind [name]`:
     --- output NAME          expected content of a file after the run
     --- absent NAME          the file must not exist after the run
 
-Section names may be quoted as in a shell (`--- file 'a b'`). Section bodies
+Section names may be quoted as in a shell (`--- file 'a b'`); unquoted names
+keep their backslashes. Section bodies
 are taken line by line; a section whose kind is followed by
 `noeol` loses its final newline. `{DIR}` anywhere stands for the temporary
 directory the case runs in. Lines of the header starting with '#' are comments.
@@ -31,7 +32,9 @@ def parse(path):
     with open(path, encoding="latin-1", newline="") as f:
         for line in f:
             if line.startswith("--- "):
-                words = shlex.split(line[4:])
+                rest = line[4:]
+                # Quotes group a name with blanks; backslashes stay literal.
+                words = shlex.split(rest) if ("'" in rest or '"' in rest) else rest.split()
                 current = {"kind": words[0], "args": words[1:], "lines": []}
                 sections.append(current)
             elif current is None:
