@@ -1,5 +1,6 @@
 // Templates and build statements.
 #include "language/build.h"
+#include "language/actions.h"
 
 #include <climits>
 #include <cstdlib>
@@ -131,22 +132,7 @@ HashTable *buildAddition(int op, istring name, istring value, HashTable *rest) {
     if (op == 0)
         return ht_new();
     HashTable *table = rest ? rest : ht_new();
-    switch (op) {
-    case ASSIGN:
-        variableSet(table, name, value);
-        break;
-    case APPEND:
-        variableAppend(table, name, value, nullptr);
-        break;
-    case PREPEND:
-        variablePrepend(table, name, value, nullptr);
-        break;
-    case MINUSEQUAL:
-        variableRemove(table, name, value);
-        break;
-    default:
-        break;
-    }
+    assignmentDo(table, op, name, value);
     return table;
 }
 
