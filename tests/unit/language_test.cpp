@@ -1,7 +1,7 @@
-// The grammar, the parser loop and the statement actions.
+// The statement actions. The parser loop itself is exercised end to end
+// (tests/e2e/lang-*.case).
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -11,7 +11,6 @@
 #include "driver/builtins.h"
 #include "input/charclass.h"
 #include "input/input.h"
-#include "input/lexer.h"
 #include "language/actions.h"
 #include "language/state.h"
 #include "language/tokens.h"
@@ -31,7 +30,6 @@ protected:
         if (!started) {
             istringInit();
             charClassInit();
-            keywordInit();
             builtinsInit();
             textInit();
             scopeNew(nullptr);
@@ -50,13 +48,6 @@ protected:
     static std::string global(const char *name) {
         istring text = variableValue(globalTable, s(name), 1);
         return text ? text : "";
-    }
-
-    // Runs a whole configuration through the lexer and the parser.
-    static void parse(const char *text) {
-        FILE *stream = fmemopen(const_cast<char *>(text), strlen(text), "r");
-        inputAdd(stream, "conf");
-        yyparse();
     }
 };
 
@@ -105,41 +96,6 @@ TEST_F(Language, ListsKeepSourceOrder) {
     scopePop();
 }
 
-TEST_F(Language, WhenElseChain) {
-    // when 0 { } else when 1 { } else { }: only the middle branch runs.
-    blockEnter(0);
-    EXPECT_EQ(chainWhen(0), 0);
-    EXPECT_TRUE(scopeIgnoring());
-    chainEnd(0);
-    scopePop();
-    EXPECT_EQ(value(".FALSE"), ".FALSE");
-    EXPECT_FALSE(variableDefined(nullptr, s(".TRUE")));
-
-    blockEnter(0);
-    EXPECT_EQ(chainElseWhen(1), 1);
-    EXPECT_TRUE(scopeActive());
-    chainEnd(1);
-    scopePop();
-
-    blockEnter(1);
-    EXPECT_EQ(chainElse(), 1);
-    EXPECT_TRUE(scopeIgnoring());
-    chainEnd(1);
-    scopePop();
-    EXPECT_EQ(value(".TRUE"), ".TRUE");
-    EXPECT_FALSE(variableDefined(nullptr, s(".FALSE")));
-
-    // Inside a skipped block a when never runs, whatever its requirement.
-    scopePush();
-    scopeIgnore();
-    blockEnter(0);
-    EXPECT_EQ(chainWhen(1), 0);
-    chainEnd(0);
-    scopePop();
-    scopePop();
-    EXPECT_EQ(value(".FALSE"), ".FALSE");
-}
-
 TEST_F(Language, ConditionalAssignmentLooksWhereItShould) {
     assignmentDo(nullptr, ASSIGN, s("Y"), s("outer"));
     scopeNew(nullptr);
@@ -170,15 +126,14 @@ TEST_F(Language, EmitArgumentChecks) {
     EXPECT_EQ(currentSection, sectionNamed("a"));
     EXPECT_EXIT(emitTag(s("b")), testing::ExitedWithCode(1), "^Can only specify -tag once\n$");
     EXPECT_EXIT(emitNow(), testing::ExitedWithCode(1), "^Cannot specify both -tag and -now\n$");
+    // A first -tag that names .EMIT itself leaves room for another.
+    frameBegin();
+    emitTag(s(".EMIT"));
+    emitTag(s("b"));
+    EXPECT_EQ(currentSection, sectionNamed("b"));
 }
 
-TEST_F(Language, ExitErrorAndImport) {
-    EXPECT_EXIT(statementExit(s("0x10")), testing::ExitedWithCode(16), "");
-    EXPECT_EXIT(statementExit(s("abc")), testing::ExitedWithCode(0), "");
-    TextLine *message = stringlistAppend(stringlistAppend(nullptr, s("bad")), s("thing"));
-    EXPECT_EXIT(statementError(message, 1), testing::ExitedWithCode(1), "^bad thing\n$");
-    statementError(message, 0);
-
+TEST_F(Language, ImportConvertsTheEnvironmentInPlace) {
     setenv("LANG_TEST_PATH", "c:\\x\\y", 1);
     statementImport(s("LANG_TEST_PATH"), 1);
     EXPECT_EQ(value("LANG_TEST_PATH"), "c:/x/y");
@@ -191,48 +146,14 @@ TEST_F(Language, ForPassesAreQueuedInWordOrder) {
     inputLine = 9;
     forReplay(s("X"), s("L"), 1);
     EXPECT_EQ(forBody.lines, nullptr);
+    // Each line with the line number it reports: the added lines carry the
+    // location of the closing brace, the body its own.
     std::vector<std::string> lines;
     int length;
     while (char *line = inputRawLine(&length))
-        lines.push_back(std::string(line, length));
-    EXPECT_EQ(lines, (std::vector<std::string>{"\tX=a", "in new scope {", "echo $(X)", "}", "\tX=b",
-                                               "in new scope {", "echo $(X)", "}"}));
-}
-
-TEST_F(Language, ConditionsGroupFromTheLeft) {
-    // The end of the input closes the scope the parse ran in: the results go
-    // to the global table.
-    parse("a = 1\n"
-          "when a || b && c {\n"
-          "\tglobal R1 = yes\n"
-          "}\n"
-          "when ! b && a {\n"
-          "\tglobal R2 = yes\n"
-          "}\n");
-    EXPECT_EQ(global("R1"), "");
-    EXPECT_EQ(global("R2"), "yes");
-}
-
-TEST_F(Language, ParserFailures) {
-    EXPECT_EXIT(parse("X = 1\necho a -output\n"), testing::ExitedWithCode(1), "^conf:2 syntax error\n$");
-    std::string deep;
-    for (int i = 0; i < 4000; i++)
-        deep += "{\n";
-    EXPECT_EXIT(parse(deep.c_str()), testing::ExitedWithCode(1), "yacc stack overflow\n$");
-}
-
-TEST_F(Language, TraceFormat) {
-    setenv("YYDEBUG", "1", 1);
-    testing::internal::CaptureStdout();
-    parse("");
-    std::string trace = testing::internal::GetCapturedStdout();
-    unsetenv("YYDEBUG");
-    yydebug = 0;
-    EXPECT_EQ(trace.find("yydebug: state 0, reducing by rule 1 ($$1 :)\n"), 0u);
-    EXPECT_NE(trace.find(", reading 0 (end-of-file)\n"), std::string::npos);
-    EXPECT_NE(trace.find("reducing by rule 2 (configuration : $$1 statements)\n"
-                         "yydebug: after reduction, shifting from state 0 to state 1\n"),
-              std::string::npos);
+        lines.push_back(std::string(line, length) + "@" + std::to_string(inputLine));
+    EXPECT_EQ(lines, (std::vector<std::string>{"\tX=a@9", "in new scope {@9", "echo $(X)@1", "}@9", "\tX=b@9",
+                                               "in new scope {@9", "echo $(X)@1", "}@9"}));
 }
 
 }  // namespace
