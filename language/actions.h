@@ -60,7 +60,9 @@ void chainEnd(int satisfied);
 
 // statements.cpp
 // The assignment family; op is ASSIGN, CONDASSIGN, APPEND, PREPEND or
-// MINUSEQUAL. A NULL table is the current scope's.
+// MINUSEQUAL. A NULL table is the current scope's. CONDASSIGN asks the given
+// table alone when there is one, else the whole scope chain. Does nothing in
+// a skipped block.
 void assignmentDo(HashTable *table, int op, istring name, istring value);
 void statementSet(HashTable *table, istring name);
 void statementUnset(istring name);
