@@ -1,44 +1,33 @@
 // Fatal errors, warnings, location names and the statement trace.
 #include <gtest/gtest.h>
 
-#include "core/istring.h"
-#include "driver/builtins.h"
 #include "driver/debug.h"
-#include "input/charclass.h"
 #include "input/diag.h"
-#include "input/input.h"
-#include "variables/scope.h"
+#include "support.h"
 #include "variables/variable.h"
 
 namespace {
 
-void startUp() {
-    static bool done = false;
-    if (!done) {
-        istringInit();
-        charClassInit();
-        builtinsInit();
-        scopeNew(nullptr);
-        done = true;
-    }
-    inputFile = istringNew("conf");
-    inputLine = 7;
-}
+using support::I;
 
-TEST(Diag, FatalWritesOnlyTheMessage) {
-    startUp();
-    EXPECT_EXIT(fatal("%s: %d", "x", 3), testing::ExitedWithCode(1), "^x: 3\n$");
-    EXPECT_EXIT(fatalAt("syntax error"), testing::ExitedWithCode(1), "^conf:7 syntax error\n$");
+void startUp() {
+    support::startUp();
+    inputFile = I("conf");
+    inputLine = 7;
 }
 
 TEST(Diag, LocationNames) {
     startUp();
-    EXPECT_EQ(lineRecordName(istringNew("<STDIN>"), 0), istringNew("<STDIN>:0"));
     std::string longName(300, 'd');
-    EXPECT_EQ(lineRecordName(istringNew(longName.c_str()), 1234567), istringNew((longName + ":1234567").c_str()));
-    // A shorter name after a longer one, and numbers past seven digits.
-    EXPECT_EQ(lineRecordName(istringNew("a"), 123456789), istringNew("a:123456789"));
-    EXPECT_EQ(lineRecordName(istringNew(""), -2147483647 - 1), istringNew(":-2147483648"));
+    struct Row { std::string file; int line; std::string name; };
+    for (const Row &row : std::vector<Row>{{"<STDIN>", 0, "<STDIN>:0"},
+                                           {longName, 1234567, longName + ":1234567"},
+                                           // shorter after longer, more than seven digits
+                                           {"a", 123456789, "a:123456789"},
+                                           {"", -2147483647 - 1, ":-2147483648"}}) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(lineRecordName(I(row.file), row.line), I(row.name));
+    }
 }
 
 TEST(Diag, HistoryCountsAndEndClearsPrefix) {
@@ -46,30 +35,29 @@ TEST(Diag, HistoryCountsAndEndClearsPrefix) {
     int depth = statementCount;
     StatementStart();
     EXPECT_EQ(statementCount, depth + 1);
-    EXPECT_EQ(statementHistory->file, istringNew("conf"));
+    EXPECT_EQ(statementHistory->file, I("conf"));
     EXPECT_EQ(statementHistory->line, 7);
-    inputPrefix = istringNew("\t");
+    inputPrefix = I("\t");
     StatementEnd();
     EXPECT_EQ(statementCount, depth);
-    EXPECT_EQ(inputPrefix, istringNew(""));
+    EXPECT_EQ(inputPrefix, I(""));
 }
 
-TEST(Diag, NoTraceWithoutLetterT) {
+TEST(Diag, FatalMessagesAndTheTraceUnderLetterT) {
     startUp();
+    EXPECT_EXIT(fatal("%s: %d", "x", 3), testing::ExitedWithCode(1), "^x: 3\n$");
+    EXPECT_EXIT(fatalAt("syntax error"), testing::ExitedWithCode(1), "^conf:7 syntax error\n$");
     debugClear('t');
     StatementStart();
     EXPECT_EXIT(fatal("plain"), testing::ExitedWithCode(1), "^plain\n$");
     StatementEnd();
-}
 
-TEST(Diag, TraceListsOpenStatementsOutermostFirst) {
-    startUp();
     debugSet('t');
     inputLine = 3;
     StatementStart();
     inputLine = 4;
     StatementStart();
-    variableSet(globalTable, istringNew("conf:3"), istringNew("when $(A) {"));
+    variableSet(globalTable, I("conf:3"), I("when $(A) {"));
     EXPECT_EXIT(fatal("boom"), testing::ExitedWithCode(1),
                 "^boom\nScope Trace:\n\n  1: conf:3 when \\$\\(A\\) \\{\n  2: conf:4 \n$");
     StatementEnd();
