@@ -3,46 +3,26 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <string>
+#include <utility>
+#include <vector>
 
-#include "core/hashtable.h"
-#include "core/istring.h"
 #include "core/stack.h"
-#include "driver/builtins.h"
 #include "driver/debug.h"
-#include "input/charclass.h"
-#include "input/input.h"
+#include "support.h"
 #include "variables/expand.h"
-#include "variables/scope.h"
 #include "variables/variable.h"
 
 namespace {
 
-istring I(const char *s) { return istringNew(s); }
+using support::I;
 
-std::string exact(const std::string &text) {
-    std::string re = "^";
-    for (char c : text) {
-        if (std::string(".[]{}()*+?^$|\\").find(c) != std::string::npos)
-            re += '\\';
-        re += c;
-    }
-    return re + "$";
-}
+using support::exact;
 
 class Expand : public ::testing::Test {
 protected:
     void SetUp() override {
-        static bool ready = [] {
-            istringInit();
-            charClassInit();
-            builtinsInit();
-            scopeNew(nullptr);
-            return true;
-        }();
-        (void)ready;
+        support::startUp();
         outer = currentScope;
         scopeNew(nullptr);
         inputFile = I("conf");
@@ -55,6 +35,13 @@ protected:
     }
     static std::string X(const char *text) { return expandString(nullptr, I(text)); }
     static void set(const char *name, const char *value) { variableSet(nullptr, I(name), I(value)); }
+    using Rows = std::vector<std::pair<const char *, const char *>>;
+    static void expectRows(const Rows &rows) {
+        for (auto [text, expected] : rows) {
+            SCOPED_TRACE(text);
+            EXPECT_EQ(X(text), expected);
+        }
+    }
     static void fatalCase(const char *text, const std::string &message) {
         EXPECT_EXIT(expandString(nullptr, I(text)), testing::ExitedWithCode(1), exact(message + "\n"));
     }
@@ -65,10 +52,9 @@ protected:
 TEST_F(Expand, EscapesAndLiteralDollars) {
     istring plain = I("no references here");
     EXPECT_EQ(expandString(nullptr, plain), plain);
-    EXPECT_EQ(X("a\\"), "a");
-    EXPECT_EQ(X("\\$(X)"), "$(X)");
-    EXPECT_EQ(X("\\t|\\n|\\r|\\b|\\f|\\q|\\\\|\\("), "\t|\n|\r|\b|\f|q|\\|(");
-    EXPECT_EQ(X("$x $ (x) a$"), "$x $ (x) a$");
+    expectRows({{"a\\", "a"}, {"\\$(X)", "$(X)"},
+                {"\\t|\\n|\\r|\\b|\\f|\\q|\\\\|\\(", "\t|\n|\r|\b|\f|q|\\|("},
+                {"$x $ (x) a$", "$x $ (x) a$"}});
     EXPECT_EQ(X("ab\xff" "cd"), "ab");  // a 0xFF byte ends the text like its end
 }
 
@@ -95,57 +81,39 @@ TEST_F(Expand, MalformedReferencesAreFatal) {
 
 TEST_F(Expand, NumericAndKeySubscripts) {
     set("V", "  a b\tc ");
-    EXPECT_EQ(X("$(V[1])"), "b");
-    EXPECT_EQ(X("$(V[2])"), "c");
-    EXPECT_EQ(X("$(V[3])"), "");
-    EXPECT_EQ(X("$(V[0x0])"), "a");
-    EXPECT_EQ(X("$(V[ 1])"), "b");
-    EXPECT_EQ(X("$(V[010])"), "");
+    expectRows({{"$(V[1])", "b"}, {"$(V[2])", "c"}, {"$(V[3])", ""}, {"$(V[0x0])", "a"}, {"$(V[ 1])", "b"},
+                {"$(V[010])", ""}});
     set("K", "cc=1 c=2 -1=m x=");
-    EXPECT_EQ(X("$(K[c])"), "2");
-    EXPECT_EQ(X("$(K[cc])"), "1");
-    EXPECT_EQ(X("$(K[-1])"), "m");
-    EXPECT_EQ(X("$(K[x])"), "");
-    EXPECT_EQ(X("$(K[d])"), "");
-    EXPECT_EQ(X("$(K[])"), "");
+    expectRows({{"$(K[c])", "2"}, {"$(K[cc])", "1"}, {"$(K[-1])", "m"}, {"$(K[x])", ""}, {"$(K[d])", ""},
+                {"$(K[])", ""}});
     // The modifier is applied after a key, not after a number.
     set("Q", "a b c=2");
-    EXPECT_EQ(X("$(Q[1]:quote)"), "b");
-    EXPECT_EQ(X("$(Q[c]:quote)"), "\"2\"");
+    expectRows({{"$(Q[1]:quote)", "b"}, {"$(Q[c]:quote)", "\"2\""}});
 }
 
 TEST_F(Expand, PathAndQuoteModifiers) {
     set("F", "dir/sub/file.c");
-    EXPECT_EQ(X("$(F:basename)"), "file.c");
-    EXPECT_EQ(X("$(F:dirname)"), "dir/sub");
+    expectRows({{"$(F:basename)", "file.c"}, {"$(F:dirname)", "dir/sub"}});
     set("G", "file.c");
-    EXPECT_EQ(X("$(G:basename)|$(G:dirname)"), "file.c|file.c");
+    expectRows({{"$(G:basename)|$(G:dirname)", "file.c|file.c"}});
     set("H", "say \"hi\"");
-    EXPECT_EQ(X("$(H:quote)"), "\"say \"hi\"\"");
+    expectRows({{"$(H:quote)", "\"say \"hi\"\""}});
     fatalCase("$(F:basename:quote)", "Invalid substitution operation: :basename:quote");
     fatalCase("$(F:unknown)", "Invalid substitution operation: :unknown");
 }
 
 TEST_F(Expand, Substitutions) {
     set("V", "foo boo");
-    EXPECT_EQ(X("$(V:S/o/0/)"), "f0o b0o");
-    EXPECT_EQ(X("$(V:S/o/0/g)"), "f00 b00");
-    EXPECT_EQ(X("$(V:S/^b/B/)"), "foo Boo");
-    EXPECT_EQ(X("$(V:S/o$/X/)"), "foX boX");
-    EXPECT_EQ(X("$(V:S/o/<&>/g)"), "f<o><o> b<o><o>");
-    EXPECT_EQ(X("$(V:S/^/-I/)"), "-Ifoo -Iboo");
-    EXPECT_EQ(X("$(V:S/$/.o/)"), "foo.o boo.o");
-    EXPECT_EQ(X("$(V:S|oo|&&|)"), "foooo boooo");
-    EXPECT_EQ(X("$(V:S/z/y/)"), "foo boo");
+    expectRows({{"$(V:S/o/0/)", "f0o b0o"}, {"$(V:S/o/0/g)", "f00 b00"}, {"$(V:S/^b/B/)", "foo Boo"},
+                {"$(V:S/o$/X/)", "foX boX"}, {"$(V:S/o/<&>/g)", "f<o><o> b<o><o>"},
+                {"$(V:S/^/-I/)", "-Ifoo -Iboo"}, {"$(V:S/$/.o/)", "foo.o boo.o"},
+                {"$(V:S|oo|&&|)", "foooo boooo"}, {"$(V:S/z/y/)", "foo boo"}});
     // Terminates and stays within the word.
-    EXPECT_EQ(X("$(V:S//-/g)"), "-foo -boo");
-    EXPECT_EQ(X("$(V:S/xfoo$/Y/)"), "foo boo");
-    EXPECT_EQ(X("$(V:S/^xfoo/Y/)"), "foo boo");
+    expectRows({{"$(V:S//-/g)", "-foo -boo"}, {"$(V:S/xfoo$/Y/)", "foo boo"}, {"$(V:S/^xfoo/Y/)", "foo boo"}});
     set("A", "abxab ab a");
-    EXPECT_EQ(X("$(A:S/^ab$/X/)"), "X X a");
+    expectRows({{"$(A:S/^ab$/X/)", "X X a"}});
     set("T", "\ta\t b  c  ");
-    EXPECT_EQ(X("$(T:S/q/r/)"), "a b c");
-    EXPECT_EQ(X("$(T:S/q/r/g)"), "a b c");
+    expectRows({{"$(T:S/q/r/)", "a b c"}, {"$(T:S/q/r/g)", "a b c"}});
     fatalCase("$(V:S/a/b)", "Invalid substitution operation: :S/a/b");
     fatalCase("$(V:S/a/b/x)", "Invalid substitution operation: :S/a/b/x");
     fatalCase("$(V:S)", "Invalid substitution operation: :S");
@@ -182,15 +150,20 @@ TEST_F(Expand, SpecialNames) {
     set(".FILE", "stored");
     EXPECT_EQ(X("$(.FILE)"), "conf");
     EXPECT_EQ(X("[$()]"), "[]");
-    fatalCase("$(.FILE[0])", ".FILE cannot be subscripted");
-    fatalCase("$(.LINE:x)", ".LINE cannot be modified");
-    fatalCase("$(.LINE[1])", ".LINE cannot be subscripted");
-    fatalCase("$(.CURRENT_SCOPE:x)", ".CURRENT_SCOPE cannot be modified");
-    fatalCase("$(.DEBUGFLAGS)", ".DEBUGFLAGS must be subscripted");
-    fatalCase("$(.DEBUGFLAGS[ab])", ".DEBUGFLAGS must have a single character subscript");
-    fatalCase("$(.DEBUGFLAGS[a]:x)", ".DEBUGFLAGS cannot be modified");
-    fatalCase("$(:foo)", ":glob required when variable name is empty");
-    fatalCase("$(:glob)", ":glob required when variable name is empty");
+    for (auto [text, message] : Rows{
+             {"$(.FILE[0])", ".FILE cannot be subscripted"},
+             {"$(.LINE:x)", ".LINE cannot be modified"},
+             {"$(.LINE[1])", ".LINE cannot be subscripted"},
+             {"$(.CURRENT_SCOPE:x)", ".CURRENT_SCOPE cannot be modified"},
+             {"$(.DEBUGFLAGS)", ".DEBUGFLAGS must be subscripted"},
+             {"$(.DEBUGFLAGS[ab])", ".DEBUGFLAGS must have a single character subscript"},
+             {"$(.DEBUGFLAGS[a]:x)", ".DEBUGFLAGS cannot be modified"},
+             {"$(:foo)", ":glob required when variable name is empty"},
+             {"$(:glob)", ":glob required when variable name is empty"},
+         }) {
+        SCOPED_TRACE(text);
+        fatalCase(text, message);
+    }
 }
 
 TEST_F(Expand, VariableListFollowsTheTemporaryTableOrder) {

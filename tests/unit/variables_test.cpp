@@ -5,31 +5,17 @@
 #include <cstdio>
 #include <string>
 
-#include "core/hashtable.h"
-#include "core/istring.h"
-#include "driver/builtins.h"
 #include "driver/debug.h"
-#include "input/charclass.h"
-#include "input/input.h"
+#include "support.h"
 #include "variables/expand.h"
 #include "variables/pattern.h"
-#include "variables/scope.h"
 #include "variables/variable.h"
 
 namespace {
 
-istring I(const char *s) { return istringNew(s); }
+using support::I;
 
-// Anchored regular expression for an exact stderr text.
-std::string exact(const std::string &text) {
-    std::string re = "^";
-    for (char c : text) {
-        if (std::string(".[]{}()*+?^$|\\").find(c) != std::string::npos)
-            re += '\\';
-        re += c;
-    }
-    return re + "$";
-}
+using support::exact;
 
 std::string identity(const Scope *scope) {
     char text[64];
@@ -40,14 +26,7 @@ std::string identity(const Scope *scope) {
 class Variables : public ::testing::Test {
 protected:
     void SetUp() override {
-        static bool ready = [] {
-            istringInit();
-            charClassInit();
-            builtinsInit();
-            scopeNew(nullptr);
-            return true;
-        }();
-        (void)ready;
+        support::startUp();
         outer = currentScope;
         scopeNew(nullptr);
         inputFile = I("conf");
