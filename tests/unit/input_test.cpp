@@ -3,52 +3,33 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
-#include "core/istring.h"
-#include "driver/builtins.h"
 #include "driver/debug.h"
 #include "driver/driver.h"
-#include "input/charclass.h"
 #include "input/input.h"
 #include "input/lexer.h"
 #include "input/reader.h"
 #include "language/state.h"
-#include "output/text.h"
-#include "variables/scope.h"
+#include "support.h"
 #include "variables/variable.h"
 
 namespace {
 
 istring s(const char *text) { return istringNew(text); }
+using support::TempDir;
 
 class Input : public ::testing::Test {
 protected:
     void SetUp() override {
-        static bool started = false;
-        if (!started) {
-            istringInit();
-            charClassInit();
-            keywordInit();
-            builtinsInit();
-            textInit();
-            scopeNew(nullptr);
-            textCreate(s(".POSTPROCESS"), nullptr, nullptr);
-            started = true;
-        }
-        inputPrefix = s("");
+        support::startUp();
         lineMode = 0;
         commandMode = 0;
         braceDepth = 0;
         debugReset();
-        char pattern[] = "/tmp/brisk-input-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        dir = pattern;
     }
     void TearDown() override {
         int length;
@@ -56,24 +37,11 @@ protected:
         }
         dependStream = nullptr;
         lineMode = 0;
-        std::filesystem::remove_all(dir);
     }
 
-    std::string path(const std::string &name) const { return dir + "/" + name; }
-
-    std::string write(const std::string &name, const std::string &text) const {
-        std::string full = path(name);
-        std::filesystem::create_directories(std::filesystem::path(full).parent_path());
-        std::ofstream(full) << text;
-        return full;
-    }
-
-    // Pushes a file holding `text`, recorded under the name "conf".
-    void push(const std::string &text, const char *name = "conf") {
-        FILE *stream = fopen(write(name, text).c_str(), "r");
-        ASSERT_NE(stream, nullptr);
-        inputAdd(stream, name);
-    }
+    std::string path(const std::string &name) const { return scratch.path(name); }
+    std::string write(const std::string &name, const std::string &text) const { return scratch.write(name, text); }
+    void push(const std::string &text, const char *name = "conf") const { scratch.push(text, name); }
 
     static std::vector<std::string> logicalLines() {
         std::vector<std::string> lines;
@@ -87,7 +55,8 @@ protected:
         variableUses(nullptr, names.BRISK_PATH, ";");
     }
 
-    std::string dir;
+    TempDir scratch;
+    const std::string &dir = scratch.dir;
 };
 
 using Lines = std::vector<std::string>;

@@ -2,26 +2,20 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 
-#include "core/istring.h"
-#include "driver/builtins.h"
 #include "driver/debug.h"
-#include "input/charclass.h"
 #include "input/input.h"
 #include "input/lexer.h"
 #include "language/state.h"
 #include "language/tokens.h"
-#include "output/text.h"
-#include "variables/scope.h"
+#include "support.h"
 #include "variables/variable.h"
 
 namespace {
 
 istring s(const char *text) { return istringNew(text); }
+using support::TempDir;
 
 const char *const tokenNames[] = {
     "AND", "APPEND", "ASSIGN", "BUILD", "BY", "CALL", "COMMAND_LINE", "CONDASSIGN", "CURRENT",
@@ -48,26 +42,12 @@ std::string describe(int token) {
 class Lexer : public ::testing::Test {
 protected:
     void SetUp() override {
-        static bool started = false;
-        if (!started) {
-            istringInit();
-            charClassInit();
-            keywordInit();
-            builtinsInit();
-            textInit();
-            scopeNew(nullptr);
-            textCreate(s(".POSTPROCESS"), nullptr, nullptr);
-            started = true;
-        }
-        inputPrefix = s("");
+        support::startUp();
         lineMode = 0;
         commandMode = 0;
         braceDepth = 0;
         debugReset();
         lexReset();
-        char pattern[] = "/tmp/brisk-lexer-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        dir = pattern;
     }
     void TearDown() override {
         int length;
@@ -77,16 +57,9 @@ protected:
         lineMode = 0;
         commandMode = 0;
         braceDepth = 0;
-        std::filesystem::remove_all(dir);
     }
 
-    void push(const std::string &text) {
-        std::string full = dir + "/conf";
-        std::ofstream(full) << text;
-        FILE *stream = fopen(full.c_str(), "r");
-        ASSERT_NE(stream, nullptr);
-        inputAdd(stream, "conf");
-    }
+    void push(const std::string &text) { scratch.push(text); }
 
     // The next `count` tokens, separated by blanks.
     static std::string next(int count) {
@@ -113,7 +86,7 @@ protected:
         }
     }
 
-    std::string dir;
+    TempDir scratch;
 };
 
 TEST_F(Lexer, AssignmentsOperatorsAndSingleCharacters) {
