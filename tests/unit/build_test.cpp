@@ -3,13 +3,10 @@
 
 #include <string>
 
-#include "driver/builtins.h"
-#include "input/charclass.h"
 #include "input/input.h"
 #include "language/build.h"
 #include "language/tokens.h"
-#include "output/text.h"
-#include "variables/scope.h"
+#include "support.h"
 #include "variables/variable.h"
 
 namespace {
@@ -19,13 +16,8 @@ istring s(const std::string &text) { return istringNew(text.c_str()); }
 class Build : public ::testing::Test {
 protected:
     void SetUp() override {
-        istringInit();
-        charClassInit();
-        builtinsInit();
-        textInit();
-        scopeNew(nullptr);
+        support::initAll();  // fresh globals for every case
         inputFile = s("conf");
-        inputPrefix = s("");
         templateList = nullptr;
         buildList = buildTail = nullptr;
     }

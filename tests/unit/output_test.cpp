@@ -3,19 +3,16 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "driver/builtins.h"
-#include "input/charclass.h"
 #include "input/input.h"
 #include "language/build.h"
 #include "output/function.h"
 #include "output/text.h"
 #include "output/writers.h"
-#include "variables/scope.h"
+#include "support.h"
 #include "variables/variable.h"
 
 namespace {
@@ -25,42 +22,19 @@ istring s(const std::string &text) { return istringNew(text.c_str()); }
 class Output : public ::testing::Test {
 protected:
     void SetUp() override {
-        istringInit();
-        charClassInit();
-        builtinsInit();
-        textInit();
-        scopeNew(nullptr);
+        support::initAll();  // fresh sections and globals for every case
         inputFile = s("conf");
-        inputPrefix = s("");
-        char pattern[] = "/tmp/brisk-output-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        dir = pattern;
     }
-    void TearDown() override { std::filesystem::remove_all(dir); }
-    std::string path(const std::string &name) const { return dir + "/" + name; }
-    std::string read(const std::string &name) const {
-        std::stringstream text;
-        text << std::ifstream(path(name)).rdbuf();
-        return text.str();
-    }
+    std::string path(const std::string &name) const { return scratch.path(name); }
+    std::string read(const std::string &name) const { return scratch.read(name); }
     void emitOrder(const char *list) {
         variableSet(globalTable, names.EMIT, s(list));
         sectionsEmit();
     }
-    std::string dir;
+    support::TempDir scratch;
 };
 
-template <typename F>
-std::string captured(F write) {
-    char *buffer = nullptr;
-    size_t size = 0;
-    FILE *stream = open_memstream(&buffer, &size);
-    write(stream);
-    fclose(stream);
-    std::string text(buffer, size);
-    free(buffer);
-    return text;
-}
+using support::captured;
 
 std::string wrapped(const std::string &text) {
     return captured([&](FILE *f) { emitWrapped(f, text.c_str()); });
