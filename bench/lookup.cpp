@@ -12,6 +12,7 @@
 
 #include "core/istring.h"
 #include "driver/builtins.h"
+#include "driver/driver.h"
 #include "input/charclass.h"
 #include "input/input.h"
 #include "input/lexer.h"
@@ -54,13 +55,7 @@ int main(int argc, char **argv) {
     if (iterations <= 0)
         iterations = 1000000;
 
-    istringInit();
-    charClassInit();
-    keywordInit();
-    builtinsInit();
-    textInit();
-    scopeNew(nullptr);
-    inputPrefix = istringNew("");
+    driverStartUp();
 
     // The 10,000 variables are spread evenly over the ten scopes and the
     // global table; each scope is filled while it is the innermost one.

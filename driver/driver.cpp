@@ -221,10 +221,7 @@ void driverSearchPath(istring includeName) {
 
 }  // namespace
 
-int briskMain(int argc, char **argv) {
-    program_invocation_name = const_cast<char *>(programName);
-    program_invocation_short_name = const_cast<char *>(programName);
-
+void driverStartUp() {
     istringInit();
     charClassInit();
     keywordInit();
@@ -232,6 +229,13 @@ int briskMain(int argc, char **argv) {
     textInit();
     scopeNew(nullptr);
     inputPrefix = istringNew("");
+}
+
+int briskMain(int argc, char **argv) {
+    program_invocation_name = const_cast<char *>(programName);
+    program_invocation_short_name = const_cast<char *>(programName);
+
+    driverStartUp();
 
     driverArguments(argc, argv);
     driverHostValues(argc, argv);

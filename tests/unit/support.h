@@ -14,6 +14,7 @@
 #include "core/hashtable.h"
 #include "core/istring.h"
 #include "driver/builtins.h"
+#include "driver/driver.h"
 #include "input/charclass.h"
 #include "input/input.h"
 #include "input/lexer.h"
@@ -27,14 +28,8 @@ inline istring I(const std::string &text) { return istringNew(text.c_str()); }
 // Every table and builtin name from scratch; tests that need a clean slate
 // call this directly.
 inline void initAll() {
-    istringInit();
-    charClassInit();
-    keywordInit();
-    builtinsInit();
-    textInit();
-    scopeNew(nullptr);
+    driverStartUp();
     textCreate(istringNew(".POSTPROCESS"), nullptr, nullptr);
-    inputPrefix = istringNew("");
 }
 
 // The same, once per process.
