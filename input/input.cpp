@@ -53,13 +53,20 @@ InputRecord *inputAdd(FILE *stream, const char *name) {
     return record;
 }
 
-InputRecord *inputInsert(TextLine *lines, int line) {
+// An in-memory source for `lines`, reporting line numbers from `line` on.
+static InputRecord *inputMemoryRecord(TextLine *lines, int line) {
     InputRecord *record = static_cast<InputRecord *>(xmalloc(sizeof(InputRecord), "inputInsert"));
     record->stream = nullptr;
     record->lines = lines;
     record->file = inputFile;
     record->line = line - 1;
     record->prefix = inputPrefix;
+    record->next = nullptr;
+    return record;
+}
+
+InputRecord *inputInsert(TextLine *lines, int line) {
+    InputRecord *record = inputMemoryRecord(lines, line);
     inputSaveTop();
     record->next = inputStack;
     inputStack = record;
@@ -69,12 +76,7 @@ InputRecord *inputInsert(TextLine *lines, int line) {
 }
 
 InputRecord *inputInsertAfter(InputRecord *record, TextLine *lines, int line) {
-    InputRecord *added = static_cast<InputRecord *>(xmalloc(sizeof(InputRecord), "inputInsert"));
-    added->stream = nullptr;
-    added->lines = lines;
-    added->file = inputFile;
-    added->line = line - 1;
-    added->prefix = inputPrefix;
+    InputRecord *added = inputMemoryRecord(lines, line);
     added->next = record->next;
     record->next = added;
     return added;
