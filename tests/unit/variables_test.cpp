@@ -110,20 +110,6 @@ TEST_F(Variables, BestMatchScoresTiesAndWildcards) {
     EXPECT_EQ(value("DG/q"), "global");
 }
 
-TEST_F(Variables, BestMatchWithATableStopsEarlyOnlyWhenAsked) {
-    HashTable *table = ht_new();
-    variableSet(globalTable, I("T/*/z"), I("global"));
-    Variable wanted;
-    variableNameSplit(&wanted, I("T/a/z"));
-    EXPECT_EQ(variableBestMatch(table, &wanted, 1), nullptr);
-    EXPECT_STREQ(variableBestMatch(table, &wanted, 0), "global");
-    variableInsert(table, I("T/a/*"), I("table"), nullptr, names.blank);
-    variableSet(globalTable, I("T/a/z"), I("exact"));
-    EXPECT_STREQ(variableBestMatch(table, &wanted, 0), "exact");  // 3 beats the table's 2
-    EXPECT_STREQ(variableBestMatch(table, &wanted, 1), "table");
-    variableNameFree(&wanted);
-}
-
 TEST_F(Variables, PatternsUseBasicUnanchoredSyntax) {
     struct Row { const char *text, *pattern; int matched; };
     for (int pass = 0; pass < 2; pass++)  // alternating patterns are recompiled
