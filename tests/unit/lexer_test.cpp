@@ -1,10 +1,8 @@
 // The lexer: tokens, keywords, operators, block lines and prefixes.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 
-#include "driver/debug.h"
 #include "input/input.h"
 #include "input/lexer.h"
 #include "language/state.h"
@@ -46,7 +44,6 @@ protected:
         lineMode = 0;
         commandMode = 0;
         braceDepth = 0;
-        debugReset();
         lexReset();
     }
     void TearDown() override {
@@ -61,67 +58,50 @@ protected:
 
     void push(const std::string &text) { scratch.push(text); }
 
-    // The next `count` tokens, separated by blanks.
+    // The next `count` tokens (all of them up to the end of input when
+    // `count` is negative), separated by blanks.
     static std::string next(int count) {
         std::string out;
-        for (int i = 0; i < count; i++) {
-            if (i)
-                out += " ";
-            out += describe(yylex());
+        for (int i = 0; i != count; i++) {
+            int token = yylex();
+            out += (i ? " " : "") + describe(token);
+            if (token == -1)
+                break;
         }
         return out;
-    }
-
-    // Every token up to the end of input.
-    std::string all(const std::string &text) {
-        push(text);
-        std::string out;
-        for (;;) {
-            int token = yylex();
-            if (!out.empty())
-                out += " ";
-            out += describe(token);
-            if (token == -1)
-                return out;
-        }
     }
 
     TempDir scratch;
 };
 
-TEST_F(Lexer, AssignmentsOperatorsAndSingleCharacters) {
-    EXPECT_EQ(all("X=1\n  X=1\na==b\na=+b\na+=b\na = =b\na?=b\na-=b\na~=b\n"),
-              "SOL STRING[X] ASSIGN STRING[1] EOL STRING[X] ASSIGN STRING[1] EOL "
-              "SOL STRING[a] EQUAL STRING[b] EOL SOL STRING[a] APPEND STRING[b] EOL "
-              "SOL STRING[a] PREPEND STRING[b] EOL SOL STRING[a] ASSIGN STRING[=b] EOL "
-              "SOL STRING[a] CONDASSIGN STRING[b] EOL SOL STRING[a] MINUSEQUAL STRING[b] EOL "
-              "SOL STRING[a] PATTERNCHECK STRING[b] EOL END");
-    EXPECT_EQ(all("when !exists f\nwhen a != b && c || d\necho a!b c-d\n"),
-              "SOL WHEN '!' EXISTS STRING[f] EOL "
-              "SOL WHEN STRING[a] NOTEQUAL STRING[b] AND STRING[c] OR STRING[d] EOL "
-              "SOL ECHO STRING[a] '!' STRING[b] STRING[c-d] EOL END");
-    EXPECT_EQ(operatorMatch("=+x"), 2);
-    EXPECT_EQ(startsWith("abc", ""), 0);
-}
-
-TEST_F(Lexer, ValueContextTurnsEverythingIntoStrings) {
-    EXPECT_EQ(all("X = a(b) c:d when {\nglobal X += x&&y\nwith X = when\n"),
-              "SOL STRING[X] ASSIGN STRING[a(b)] STRING[c:d] STRING[when] STRING[{] EOL "
-              "SOL GLOBAL STRING[X] PREPEND STRING[x&&y] EOL "
-              "SOL WITH STRING[X] ASSIGN WHEN EOL END");
-}
-
-TEST_F(Lexer, QuotedAndEscapedWordsAreNeverKeywords) {
-    EXPECT_EQ(all("echo \"when\" When -output 'a b' \"a b\"c \"x\\ty\"\n"),
-              "SOL ECHO STRING[when] STRING[When] OUTPUT STRING['a b'] STRING[a bc] STRING[x\ty] EOL END");
-    // The line reader removes one level of backslashes; the lexer translates
-    // an escaped character and then reads it once more.
-    EXPECT_EQ(all("echo \\\\tz \\\\when a\\\\\\\\\n"),
-              "SOL ECHO STRING[\ttz] STRING[wwhen] STRING[a\\] EOL END");
-}
-
-TEST_F(Lexer, BlockOpeningAndClosingLines) {
-    EXPECT_EQ(all("x {\n  {  \n}\nx {y\n"), "SOL STRING[x] SOC SOC EOC SOL STRING[x] STRING[{y] EOL END");
+TEST_F(Lexer, TokenStreams) {
+    const std::pair<const char *, const char *> cases[] = {
+        // Operators, whether or not blanks surround them; an indented line has no SOL.
+        {"X=1\n  X=1\na==b\na=+b\na+=b\na = =b\na?=b\na-=b\na~=b\n",
+         "SOL STRING[X] ASSIGN STRING[1] EOL STRING[X] ASSIGN STRING[1] EOL SOL STRING[a] EQUAL STRING[b] EOL SOL STRING[a] APPEND STRING[b] EOL "
+         "SOL STRING[a] PREPEND STRING[b] EOL SOL STRING[a] ASSIGN STRING[=b] EOL "
+         "SOL STRING[a] CONDASSIGN STRING[b] EOL SOL STRING[a] MINUSEQUAL STRING[b] EOL "
+         "SOL STRING[a] PATTERNCHECK STRING[b] EOL END"},
+        {"when !exists f\nwhen a != b && c || d\necho a!b c-d\n",
+         "SOL WHEN '!' EXISTS STRING[f] EOL SOL WHEN STRING[a] NOTEQUAL STRING[b] AND STRING[c] OR STRING[d] EOL "
+         "SOL ECHO STRING[a] '!' STRING[b] STRING[c-d] EOL END"},
+        // After an assignment operator every word is a string, up to a with-clause value.
+        {"X = a(b) c:d when {\nglobal X += x&&y\nwith X = when\n",
+         "SOL STRING[X] ASSIGN STRING[a(b)] STRING[c:d] STRING[when] STRING[{] EOL "
+         "SOL GLOBAL STRING[X] PREPEND STRING[x&&y] EOL SOL WITH STRING[X] ASSIGN WHEN EOL END"},
+        // Quoted or escaped words are never keywords; the lexer translates an
+        // escaped character and then reads it once more.
+        {"echo \"when\" When -output 'a b' \"a b\"c \"x\\ty\"\n",
+         "SOL ECHO STRING[when] STRING[When] OUTPUT STRING['a b'] STRING[a bc] STRING[x\ty] EOL END"},
+        {"echo \\\\tz \\\\when a\\\\\\\\\n", "SOL ECHO STRING[\ttz] STRING[wwhen] STRING[a\\] EOL END"},
+        // A lone brace opens or closes a block; one glued to a word does not.
+        {"x {\n  {  \n}\nx {y\n", "SOL STRING[x] SOC SOC EOC SOL STRING[x] STRING[{y] EOL END"},
+    };
+    for (const auto &[text, tokens] : cases) {
+        lexReset();
+        push(text);
+        EXPECT_EQ(next(-1), tokens) << text;
+    }
 }
 
 TEST_F(Lexer, MissingPrefixWarnsOrClosesTheBlock) {
@@ -157,47 +137,11 @@ TEST_F(Lexer, FirstBodyLineDecidesThePrefix) {
     EXPECT_EQ(inputPrefix, s("\t"));
 }
 
-TEST_F(Lexer, TemplateAndEmitBlocks) {
-    variableSet(nullptr, s("X"), s("yes"));
-    push("template when $(X) {\n\t%.o: %.c\n\t\tcc -c $<\n}\n"
-         "emit {\n\ttext $(X)\n}\nemit -expand {\n\ttext $(X)\n}\n");
-    EXPECT_EQ(next(5), "SOL TEMPLATE WHEN STRING[yes] SOC");
-    inputPrefix = nullptr;
-    EXPECT_EQ(next(5), "SOL STRING[%.o] ':' STRING[%.c] EOL");
-    EXPECT_EQ(inputPrefix, s("\t"));
-    commandMode = 1;
-    lineMode = 1;
-    EXPECT_EQ(next(2), "COMMAND_LINE[cc -c $<] EOC");
-    commandMode = 0;
-    lineMode = 0;
-    inputPrefix = s("");
-    EXPECT_EQ(next(3), "SOL EMIT SOC");
-    inputPrefix = nullptr;
-    lineMode = 1;
-    EXPECT_EQ(next(2), "FREETEXT[text $(X)] EOC");
-    lineMode = 0;
-    inputPrefix = s("");
-    EXPECT_EQ(next(4), "SOL EMIT EXPAND SOC");
-    inputPrefix = nullptr;
-    lineMode = 2;
-    EXPECT_EQ(next(2), "FREETEXT[text yes] EOC");
-}
-
-TEST_F(Lexer, OnlyTheFirstEightTokensAreRecorded) {
+TEST_F(Lexer, OnlyTheFirstEightTokensOfALineAreRecorded) {
     push("echo a b c d e f g h i\n");
-    EXPECT_EQ(next(12), "SOL ECHO STRING[a] STRING[b] STRING[c] STRING[d] STRING[e] STRING[f] STRING[g] "
-                        "STRING[h] STRING[i] EOL");
+    next(12);
     EXPECT_EQ(lineTokenCount, 8);
     EXPECT_STREQ(reinterpret_cast<istring>(lineTokens[7].value.value), "f");
-}
-
-TEST_F(Lexer, DebugLetterIEchoesEachLine) {
-    debugSet('i');
-    push("X = 1\n");
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(next(2), "SOL STRING[X]");
-    fflush(stdout);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "conf:1 X = 1\n");
 }
 
 }  // namespace
