@@ -18,20 +18,8 @@ namespace {
 using support::exact;
 using support::I;
 
-class Expand : public ::testing::Test {
+class Expand : public support::ScopeFixture {
 protected:
-    void SetUp() override {
-        support::startUp();
-        outer = currentScope;
-        scopeNew(nullptr);
-        inputFile = I("conf");
-        inputLine = 7;
-    }
-    void TearDown() override {
-        debugReset();
-        while (currentScope != outer)
-            scopePop();
-    }
     static std::string X(const std::string &text) { return expandString(nullptr, I(text)); }
     static void set(const char *name, const char *value) { variableSet(nullptr, I(name), I(value)); }
     using Rows = std::vector<std::pair<const char *, const char *>>;
@@ -48,7 +36,6 @@ protected:
         }
     }
 
-    Scope *outer = nullptr;
 };
 
 TEST_F(Expand, EscapesNestingAndRereading) {

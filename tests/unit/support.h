@@ -14,6 +14,7 @@
 #include "core/hashtable.h"
 #include "core/istring.h"
 #include "driver/builtins.h"
+#include "driver/debug.h"
 #include "driver/driver.h"
 #include "input/charclass.h"
 #include "input/input.h"
@@ -41,6 +42,25 @@ inline void startUp() {
     }
     inputPrefix = istringNew("");
 }
+
+// Each test runs in a fresh innermost scope, closed again afterwards, with a
+// known location and no debug letters left on.
+class ScopeFixture : public ::testing::Test {
+protected:
+    void SetUp() override {
+        startUp();
+        outer = currentScope;
+        scopeNew(nullptr);
+        inputFile = istringNew("conf");
+        inputLine = 7;
+    }
+    void TearDown() override {
+        debugReset();
+        while (currentScope != outer)
+            scopePop();
+    }
+    Scope *outer = nullptr;
+};
 
 // Anchored regular expression for an exact text.
 inline std::string exact(const std::string &text) {

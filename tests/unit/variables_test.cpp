@@ -15,26 +15,15 @@ namespace {
 using support::exact;
 using support::I;
 
-class Variables : public ::testing::Test {
+class Variables : public support::ScopeFixture {
 protected:
-    void SetUp() override {
-        support::startUp();
-        outer = currentScope;
-        scopeNew(nullptr);
-        inputFile = I("conf");
-        inputLine = 7;
-    }
     void TearDown() override {
-        debugReset();
-        while (currentScope != outer)
-            scopePop();
+        ScopeFixture::TearDown();
         nameSeparator = '/';
         variableSet(globalTable, names.DELIMITER, I(" \t"));
     }
     static std::string value(const char *name) { return variableExpand(nullptr, I(name), 0); }
     static void set(const char *name, const char *text) { variableSet(nullptr, I(name), text ? I(text) : nullptr); }
-
-    Scope *outer = nullptr;
 };
 
 TEST_F(Variables, SkipStateFlowsInwardsAndPopsUnwindBlocksFirst) {
