@@ -57,20 +57,8 @@ int lineNext(StackFrame **top) {
 // value it expands to.
 istring lineReference(StackFrame **top) {
     std::string text;
-    int depth = 0;
-    for (;;) {
-        int c = lineNext(top);
-        if (c == -1)
-            fatal("%s:%d unterminated variable", inputFile, inputLine);
-        if (isClass(c, CC_OPEN_PAREN)) {
-            depth++;
-        } else if (isClass(c, CC_CLOSE_PAREN)) {
-            if (depth == 0)
-                break;
-            depth--;
-        }
-        text.push_back(static_cast<char>(c));
-    }
+    if (!expandReadName(top, text))
+        fatal("%s:%d unterminated variable", inputFile, inputLine);
     istring name = istringNewN(text.data(), static_cast<unsigned>(text.size()));
     return variableExpand(nullptr, name, 0);
 }

@@ -216,6 +216,23 @@ istring modifierApply(istring text, const char *modifier) {
 
 }  // namespace
 
+bool expandReadName(StackFrame **top, std::string &name) {
+    int depth = 0;
+    for (;;) {
+        int c = *top ? stackPop(top) : -1;
+        if (c == -1)
+            return false;
+        if (isClass(c, CC_OPEN_PAREN)) {
+            depth++;
+        } else if (isClass(c, CC_CLOSE_PAREN)) {
+            if (depth == 0)
+                return true;
+            depth--;
+        }
+        name += static_cast<char>(c);
+    }
+}
+
 istring expandText(HashTable *table, istring text) {
     int length = static_cast<int>(istringLength(text));
     if (!std::strpbrk(text, "$\\\xff"))
@@ -233,20 +250,8 @@ istring expandText(HashTable *table, istring text) {
             }
         } else if (isClass(c, CC_DOLLAR) && next != -1 && isClass(next, CC_OPEN_PAREN)) {
             std::string reference;
-            int depth = 0;
-            for (;;) {
-                int r = stackPop(&stack);
-                if (r == -1)
-                    fatal("%s: unterminated variable", text);
-                if (isClass(r, CC_OPEN_PAREN)) {
-                    depth++;
-                } else if (isClass(r, CC_CLOSE_PAREN)) {
-                    if (depth == 0)
-                        break;
-                    depth--;
-                }
-                reference += static_cast<char>(r);
-            }
+            if (!expandReadName(&stack, reference))
+                fatal("%s: unterminated variable", text);
             istring name = expandString(table, internView(reference));
             istring value = variableExpand(table, name, 0);
             int valueLength = static_cast<int>(istringLength(value));
