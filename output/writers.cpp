@@ -12,14 +12,19 @@
 
 static const char continuation[] = " \\\n\t";
 
+// Fetches the section's stream when the first byte is about to be written;
+// false when the section writes nowhere.
+static bool writerReady(TextObject *section, FILE *&stream) {
+    if (!stream)
+        stream = textOutput(section);
+    return stream != nullptr;
+}
+
 void textEmit(TextObject *section) {
     FILE *stream = nullptr;
     for (TextLine *line = section->lines; line; line = line->next) {
-        if (!stream) {
-            stream = textOutput(section);
-            if (!stream)
-                return;
-        }
+        if (!writerReady(section, stream))
+            return;
         // The expansion replaces the stored text for good.
         if (line->flags & TEXT_EXPAND)
             line->text = expandString(nullptr, line->text);
@@ -35,11 +40,8 @@ void textEmit(TextObject *section) {
 void rulesEmit(TextObject *section) {
     FILE *stream = nullptr;
     for (BuildRecord *build = section->builds; build; build = build->next) {
-        if (!stream) {
-            stream = textOutput(section);
-            if (!stream)
-                return;
-        }
+        if (!writerReady(section, stream))
+            return;
         if (build->target == build->source)
             fprintf(stream, "\n%s:\n", build->target);
         else
@@ -54,18 +56,14 @@ void rulesEmit(TextObject *section) {
 void objEmit(TextObject *section) {
     FILE *stream = nullptr;
     if (section->builds) {
-        stream = textOutput(section);
-        if (!stream)
+        if (!writerReady(section, stream))
             return;
         emitVariableList("SRCS", stream, section->builds, nullptr);
     }
     istring objects = variableExpand(globalTable, names.OBJS, 1);
     if (*objects) {
-        if (!stream) {
-            stream = textOutput(section);
-            if (!stream)
-                return;
-        }
+        if (!writerReady(section, stream))
+            return;
         fputs("\n", stream);
         std::string text = "OBJS += ";
         text += objects;
