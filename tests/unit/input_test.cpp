@@ -21,20 +21,11 @@ namespace {
 istring s(const char *text) { return istringNew(text); }
 using support::TempDir;
 
-class Input : public ::testing::Test {
+class Input : public support::InputFixture {
 protected:
-    void SetUp() override {
-        support::startUp();
-        lineMode = 0;
-        commandMode = 0;
-        braceDepth = 0;
-    }
     void TearDown() override {
-        int length;
-        while (inputRawLine(&length)) {
-        }
+        InputFixture::TearDown();
         dependStream = nullptr;
-        lineMode = 0;
     }
 
     std::string path(const std::string &name) const { return scratch.path(name); }

@@ -37,24 +37,8 @@ std::string describe(int token) {
     return name;
 }
 
-class Lexer : public ::testing::Test {
+class Lexer : public support::InputFixture {
 protected:
-    void SetUp() override {
-        support::startUp();
-        lineMode = 0;
-        commandMode = 0;
-        braceDepth = 0;
-        lexReset();
-    }
-    void TearDown() override {
-        int length;
-        while (inputRawLine(&length)) {
-        }
-        lexReset();
-        lineMode = 0;
-        commandMode = 0;
-        braceDepth = 0;
-    }
 
     void push(const std::string &text) { scratch.push(text); }
 

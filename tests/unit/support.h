@@ -19,6 +19,7 @@
 #include "input/charclass.h"
 #include "input/input.h"
 #include "input/lexer.h"
+#include "language/state.h"
 #include "output/text.h"
 #include "variables/scope.h"
 
@@ -60,6 +61,28 @@ protected:
             scopePop();
     }
     Scope *outer = nullptr;
+};
+
+// Reading tests start in statement mode and leave no input behind.
+class InputFixture : public ::testing::Test {
+protected:
+    void SetUp() override {
+        startUp();
+        resetModes();
+        lexReset();
+    }
+    void TearDown() override {
+        int length;
+        while (inputRawLine(&length)) {
+        }
+        lexReset();
+        resetModes();
+    }
+    static void resetModes() {
+        lineMode = 0;
+        commandMode = 0;
+        braceDepth = 0;
+    }
 };
 
 // Anchored regular expression for an exact text.
