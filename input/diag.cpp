@@ -71,7 +71,7 @@ void StatementStart() {
 }
 
 void StatementEnd() {
-    inputPrefix = istringNew("");
+    inputPrefix = names.empty;
     if (debugOn('i'))
         fflush(stdout);
     if (statementCount == 0 || !statementHistory)
@@ -94,7 +94,7 @@ void StatementTrace(StatementEntry *entry, int number) {
     }
     if (entry->next)
         StatementTrace(entry->next, number - 1);
-    istring name = lineRecordName(entry->file ? entry->file : istringNew(""), entry->line);
-    istring text = globalTable ? variableValue(globalTable, name, 1) : istringNew("");
+    istring name = lineRecordName(entry->file ? entry->file : names.empty, entry->line);
+    istring text = globalTable ? variableValue(globalTable, name, 1) : names.empty;
     fprintf(stderr, "%3d: %s %s\n", number + 1, name, text);
 }
