@@ -13,6 +13,7 @@ void ht_init(HashTable *table, uint32_t buckets) {
     table->mask = buckets - 1;
     table->count = 0;
     table->threshold = (buckets * 3) >> 1;
+    table->extension = nullptr;
 }
 
 HashTable *ht_new() {
@@ -26,16 +27,16 @@ static HashEntry *entryAlloc() {
     return static_cast<HashEntry *>(poolallocRecord(sizeof(HashEntry)));
 }
 
-int ht_insert(HashTable *table, istring key, void *value, int replace) {
-    uint32_t h = ht_hash(key, static_cast<unsigned>(std::strlen(key)));
+// The link that holds key's entry in its chain, or the empty link at the
+// chain's end where a new entry for key belongs.
+static HashEntry **ht_find(HashTable *table, istring key, uint32_t h) {
     HashEntry **link = &table->buckets[h & table->mask];
-    for (; *link; link = &(*link)->next) {
-        if ((*link)->key == key) {
-            if (replace)
-                (*link)->value = value;
-            return 1;
-        }
-    }
+    while (*link && (*link)->key != key)
+        link = &(*link)->next;
+    return link;
+}
+
+static void ht_add(HashTable *table, HashEntry **link, istring key, uint32_t h, void *value) {
     HashEntry *entry = entryAlloc();
     entry->next = nullptr;
     entry->key = key;
@@ -44,12 +45,34 @@ int ht_insert(HashTable *table, istring key, void *value, int replace) {
     *link = entry;
     if (++table->count > table->threshold)
         ht_expand(table);
+}
+
+int ht_insert(HashTable *table, istring key, void *value, int replace) {
+    uint32_t h = istringHash(key);
+    HashEntry **link = ht_find(table, key, h);
+    if (*link) {
+        if (replace)
+            (*link)->value = value;
+        return 1;
+    }
+    ht_add(table, link, key, h, value);
     return 0;
 }
 
+void *ht_exchange(HashTable *table, istring key, void *value) {
+    uint32_t h = istringHash(key);
+    HashEntry **link = ht_find(table, key, h);
+    if (*link) {
+        void *old = (*link)->value;
+        (*link)->value = value;
+        return old;
+    }
+    ht_add(table, link, key, h, value);
+    return nullptr;
+}
+
 void *ht_lookup(HashTable *table, istring key) {
-    uint32_t h = ht_hash(key, static_cast<unsigned>(std::strlen(key)));
-    for (HashEntry *e = table->buckets[h & table->mask]; e; e = e->next)
+    for (HashEntry *e = table->buckets[istringHash(key) & table->mask]; e; e = e->next)
         if (e->key == key)
             return e->value;
     return nullptr;

@@ -164,7 +164,7 @@ TemplateRecord *templateDeclare(istring targetPattern, istring sourcePattern) {
 
 // name followed by suffix, interned.
 static istring nameWithSuffix(const char *name, istring suffix) {
-    size_t nameLength = strlen(name);
+    size_t nameLength = strlen(name);  // may point into a source: not always an istring
     size_t suffixLength = istringLength(suffix);
     char *text = static_cast<char *>(xmalloc(nameLength + suffixLength + 1, "build statement"));
     memcpy(text, name, nameLength);
@@ -178,7 +178,13 @@ void buildStatement(BuildRecord *record, int requirement, uint32_t flags, HashTa
     if (!requirement || !scopeActive() || !table)
         return;
 
+#ifdef BRISK_EAGER_CAPTURE
+    // Reference behaviour for the differential test: copy every visible
+    // variable into the build's table.
     variableFlatten(table);
+#else
+    variableCapture(table);
+#endif
     record->source = stringConcat(variableExpand(table, names.SRCPATH, 0), record->source);
     record->scope = table;
     record->flags = flags;

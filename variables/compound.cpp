@@ -52,41 +52,35 @@ int variableMatchScore(const Variable *stored, const Variable *wanted) {
     return score;
 }
 
-namespace {
+void variableBestMatchRecord(const Variable *record, const Variable *wanted, BestMatch &best) {
+    int score = variableMatchScore(record, wanted);
+    if (score < 0)
+        return;
+    if (score > best.score || (score == best.score && record->sequence > best.sequence)) {
+        best.score = score;
+        best.sequence = record->sequence;
+        best.value = record->value;
+    }
+}
 
-struct BestMatch {
-    int score = -1;
-    uint32_t sequence = 0;
-    istring value = nullptr;
-};
-
-void bestMatchTable(HashTable *table, const Variable *wanted, bool skipDeleted, BestMatch &best) {
+static void bestMatchTable(HashTable *table, const Variable *wanted, bool skipDeleted, BestMatch &best) {
     HashCursor *cursor = ht_start(table);
     if (!cursor)
         return;
     void *value;
     while (ht_next(cursor, &value)) {
         const Variable *record = static_cast<const Variable *>(value);
-        if (skipDeleted && (record->flags & VAR_DELETED))
-            continue;
-        int score = variableMatchScore(record, wanted);
-        if (score < 0)
-            continue;
-        if (score > best.score || (score == best.score && record->sequence > best.sequence)) {
-            best.score = score;
-            best.sequence = record->sequence;
-            best.value = record->value;
-        }
+        if (!(skipDeleted && (record->flags & VAR_DELETED)))
+            variableBestMatchRecord(record, wanted, best);
     }
     ht_end(cursor);
 }
-
-}  // namespace
 
 istring variableBestMatch(HashTable *table, const Variable *wanted, int stopEarly) {
     BestMatch best;
     if (table) {
         bestMatchTable(table, wanted, true, best);
+        variableCaptureBestMatch(table, wanted, best);
         if (stopEarly)
             return best.value;
     } else {

@@ -338,7 +338,7 @@ istring variableExpand(HashTable *table, istring name, int only) {
     }
 
     if (table) {
-        if (Variable *record = static_cast<Variable *>(ht_lookup(table, base))) {
+        if (Variable *record = variableTableFind(table, base)) {
             if ((record->flags & VAR_DELETED) || !record->value)
                 return names.empty;
             return variableSubstitue(record->value, subscript, modifier);

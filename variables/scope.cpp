@@ -56,6 +56,10 @@ void scopeNew(HashTable *table) {
     Scope *scope = scopeAlloc();
     scope->table = table ? table : ht_new();
     scope->parent = currentScope;
+    TableChain *chain = static_cast<TableChain *>(poolallocRecord(sizeof(TableChain)));
+    chain->table = scope->table;
+    chain->outer = currentScope ? currentScope->chain : nullptr;
+    scope->chain = chain;
     scope->depth = 0;
     scope->condition = &scope->embedded;
     scope->embedded.previous = nullptr;

@@ -9,12 +9,20 @@ struct Condition {
     Condition *previous;  // record to restore when the block ends
 };
 
+// The tables of a scope chain, innermost first. Nodes never change, so a
+// node keeps naming the chain as it was when its scope was opened.
+struct TableChain {
+    HashTable *table;
+    const TableChain *outer;
+};
+
 struct Scope {
     HashTable *table;
     int32_t depth;        // nested blocks entered in this scope
     Condition *condition; // innermost block; &embedded while depth is 0
     Condition embedded;
     Scope *parent;
+    const TableChain *chain;  // this scope's table, then its parents'
 };
 
 extern Scope *currentScope;

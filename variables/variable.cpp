@@ -63,17 +63,27 @@ void delimiterSet(const char *text) {
         charClass[static_cast<unsigned char>(*p)] |= CC_DELIMITER;
 }
 
+// The record a lookup from the current scope finds, and the table holding
+// it: the scope chain from the current scope outwards, then the global table.
+static Variable *variableFindVisible(istring name, HashTable **holder) {
+    for (Scope *scope = currentScope; scope; scope = scope->parent)
+        if (Variable *record = static_cast<Variable *>(ht_lookup(scope->table, name))) {
+            *holder = scope->table;
+            return record;
+        }
+    *holder = globalTable;
+    return globalTable ? static_cast<Variable *>(ht_lookup(globalTable, name)) : nullptr;
+}
+
 Variable *variableFind(HashTable *table, istring name, int only) {
     if (table) {
-        if (Variable *record = static_cast<Variable *>(ht_lookup(table, name)))
+        if (Variable *record = variableTableFind(table, name))
             return record;
         if (only)
             return nullptr;
     }
-    for (Scope *scope = currentScope; scope; scope = scope->parent)
-        if (Variable *record = static_cast<Variable *>(ht_lookup(scope->table, name)))
-            return record;
-    return globalTable ? static_cast<Variable *>(ht_lookup(globalTable, name)) : nullptr;
+    HashTable *holder;
+    return variableFindVisible(name, &holder);
 }
 
 istring variableValue(HashTable *table, istring name, int only) {
@@ -82,7 +92,7 @@ istring variableValue(HashTable *table, istring name, int only) {
 }
 
 void variableInsert(HashTable *table, istring name, istring value, Variable *existing, istring separator) {
-    Variable *record = static_cast<Variable *>(xmalloc(sizeof(Variable), "variableInsert"));
+    Variable *record = static_cast<Variable *>(poolallocRecord(sizeof(Variable)));
     record->value = value;
     record->separator = separator;
     record->flags = 0;
@@ -99,7 +109,7 @@ void variableInsert(HashTable *table, istring name, istring value, Variable *exi
         delimiterValue = value;
         delimiterSet(value);
     }
-    ht_insert(target, name, record, 1);
+    variableStore(target, name, record);
 }
 
 void variableSet(HashTable *table, istring name, istring value) {
@@ -195,9 +205,19 @@ void variableUnset(istring name) {
         debugClear(debugFlagLetter(name));
         return;
     }
-    Variable *record = variableFind(nullptr, name, 0);
-    if (record)
-        record->flags |= VAR_DELETED;
+    HashTable *holder;
+    Variable *record = variableFindVisible(name, &holder);
+    if (!record)
+        return;
+    // A record some build may have captured keeps its flags: the deleted
+    // state is a new version.
+    if (record->stamp != variableCaptures) {
+        Variable *deleted = static_cast<Variable *>(poolallocRecord(sizeof(Variable)));
+        *deleted = *record;
+        variableStore(holder, name, deleted);
+        record = deleted;
+    }
+    record->flags |= VAR_DELETED;
 }
 
 void variableUses(HashTable *table, istring name, const char *separator) {
@@ -213,7 +233,7 @@ istring variableSeparator(HashTable *table, istring name) {
 
 int variableDefined(HashTable *table, istring name) {
     if (table)
-        if (Variable *record = static_cast<Variable *>(ht_lookup(table, name)))
+        if (Variable *record = variableTableFind(table, name))
             return record->flags & VAR_DELETED ? 0 : 1;
     if (Variable *record = variableFind(nullptr, name, 0))
         return record->flags & VAR_DELETED ? 0 : 1;
@@ -249,7 +269,7 @@ void variableFlatten(HashTable *target) {
         variableEachRecord(table, [target](istring key, Variable *record) {
             if (ht_lookup(target, key))
                 return;
-            Variable *duplicate = static_cast<Variable *>(xmalloc(sizeof(Variable), "variableFlatten"));
+            Variable *duplicate = static_cast<Variable *>(poolallocRecord(sizeof(Variable)));
             *duplicate = *record;
             ht_insert(target, key, duplicate, 0);
         });

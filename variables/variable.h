@@ -14,11 +14,19 @@ struct Variable {
     int32_t count;        // components; 0 when the name has no separator
     uint32_t sequence;    // creation order
     istring *components;  // NULL when count is 0
+    // Versions. A record is never changed once a build may have captured it:
+    // a change stores a new record whose `older` is the one it replaced in
+    // the same table, so a capture finds the version it saw (see capture.cpp).
+    uint32_t stamp;       // variableCaptures when the record was stored
+    uint32_t depth;       // number of older versions
+    Variable *older;      // the version replaced, or NULL
+    Variable *jump;       // an older version further back, for the search
 };
 
 extern char nameSeparator;       // splits compound names, initially '/'
 extern istring delimiterValue;   // the text last assigned to .DELIMITER
 extern uint32_t variableSequence;
+extern uint32_t variableCaptures;  // build captures taken so far
 
 Variable *variableFind(HashTable *table, istring name, int only);
 istring variableValue(HashTable *table, istring name, int only);
@@ -36,8 +44,31 @@ void variableDump(HashTable *table, int localOnly);
 void variableCheck();
 void delimiterSet(const char *text);
 
+// Versions and captures.
+// Stores record under name in table as its newest version.
+void variableStore(HashTable *table, istring name, Variable *record);
+// The version of a record chain that was current when capture `epoch` was
+// taken, or NULL when the chain is newer than that.
+Variable *variableVersionAt(Variable *newest, uint32_t epoch);
+// Lets lookups through table continue, after its own records, into every
+// variable visible now as it stands now, whatever happens to it later.
+void variableCapture(HashTable *table);
+// The record of name in table, or in the view captured for it.
+Variable *variableTableFind(HashTable *table, istring name);
+
 // Compound names.
 void variableNameSplit(Variable *record, istring name);
 void variableNameFree(Variable *record);
 int variableMatchScore(const Variable *stored, const Variable *wanted);
 istring variableBestMatch(HashTable *table, const Variable *wanted, int stopEarly);
+// The best match found so far while tables are searched.
+struct BestMatch {
+    int score = -1;
+    uint32_t sequence = 0;
+    istring value = nullptr;
+};
+// Lets record compete for the best match of wanted.
+void variableBestMatchRecord(const Variable *record, const Variable *wanted, BestMatch &best);
+// Lets every record visible through table's captured view, and not held by
+// table itself, compete; deleted records are left out.
+void variableCaptureBestMatch(HashTable *table, const Variable *wanted, BestMatch &best);

@@ -112,8 +112,10 @@ TEST(HashTable, ReplaceFlagAndIdentityKeys) {
     EXPECT_EQ(ht_lookup(table, k), &one);
     EXPECT_EQ(ht_insert(table, k, &two, 1), 1);
     EXPECT_EQ(ht_lookup(table, k), &two);
-    char copy[] = "key";  // same characters, not the interned handle
-    EXPECT_EQ(ht_lookup(table, copy), nullptr);
+    // Same characters and header, but not the interned handle.
+    char copy[sizeof(IStringHeader) + 4];
+    std::memcpy(copy, k - sizeof(IStringHeader), sizeof copy);
+    EXPECT_EQ(ht_lookup(table, copy + sizeof(IStringHeader)), nullptr);
 }
 
 TEST(Pool, SmallRequestsAreFourBytesApartAndRecordsAligned) {
