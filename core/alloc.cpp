@@ -40,7 +40,18 @@ void *poolalloc(size_t size) {
 }
 
 void *poolallocRecord(size_t size) {
+    // Pieces are 4-byte aligned; step to the next pointer boundary first, or
+    // take a fresh (malloc-aligned) block when the step would not leave room.
     constexpr uintptr_t align = alignof(void *);
-    uintptr_t p = reinterpret_cast<uintptr_t>(poolalloc(size + align - 1));
-    return reinterpret_cast<void *>((p + align - 1) & ~(align - 1));
+    size = (size + align - 1) & ~(align - 1);
+    uintptr_t pad = -reinterpret_cast<uintptr_t>(poolNext) & (align - 1);
+    if (pad) {
+        if (poolRemainder >= pad + size) {
+            poolNext += pad;
+            poolRemainder -= pad;
+        } else {
+            poolRemainder = 0;
+        }
+    }
+    return poolalloc(size);
 }

@@ -7,6 +7,6 @@
 void *xmalloc(size_t size, const char *label);
 // Permanent memory, 4-byte aligned, carved from 64 KiB blocks; never returned.
 void *poolalloc(size_t size);
-// A permanent record holding pointers: asks the pool for the size plus the
-// slack needed to align the result up to a pointer boundary.
+// A permanent record holding pointers: pool memory aligned to a pointer
+// boundary.
 void *poolallocRecord(size_t size);

@@ -64,7 +64,7 @@ void captureBestMatchTable(HashTable *own, const VariableCapture *capture, HashT
         return;
     void *value;
     while (istring key = ht_next(cursor, &value)) {
-        const Variable *v = variableVersionAt(static_cast<Variable *>(value), capture->epoch);
+        Variable *v = variableVersionAt(static_cast<Variable *>(value), capture->epoch);
         if (!v || (v->flags & VAR_DELETED) || variableMatchScore(v, wanted) < 0)
             continue;
         if (!captureShadowed(own, capture, from, key))

@@ -52,14 +52,14 @@ int variableMatchScore(const Variable *stored, const Variable *wanted) {
     return score;
 }
 
-void variableBestMatchRecord(const Variable *record, const Variable *wanted, BestMatch &best) {
+void variableBestMatchRecord(Variable *record, const Variable *wanted, BestMatch &best) {
     int score = variableMatchScore(record, wanted);
     if (score < 0)
         return;
     if (score > best.score || (score == best.score && record->sequence > best.sequence)) {
         best.score = score;
         best.sequence = record->sequence;
-        best.value = record->value;
+        best.record = record;
     }
 }
 
@@ -69,7 +69,7 @@ static void bestMatchTable(HashTable *table, const Variable *wanted, bool skipDe
         return;
     void *value;
     while (ht_next(cursor, &value)) {
-        const Variable *record = static_cast<const Variable *>(value);
+        Variable *record = static_cast<Variable *>(value);
         if (!(skipDeleted && (record->flags & VAR_DELETED)))
             variableBestMatchRecord(record, wanted, best);
     }
@@ -82,12 +82,12 @@ istring variableBestMatch(HashTable *table, const Variable *wanted, int stopEarl
         bestMatchTable(table, wanted, true, best);
         variableCaptureBestMatch(table, wanted, best);
         if (stopEarly)
-            return best.value;
+            return best.record ? variableRecordValue(best.record) : nullptr;
     } else {
         for (Scope *scope = currentScope; scope; scope = scope->parent)
             bestMatchTable(scope->table, wanted, true, best);
     }
     if (globalTable)
         bestMatchTable(globalTable, wanted, false, best);
-    return best.value;
+    return best.record ? variableRecordValue(best.record) : nullptr;
 }

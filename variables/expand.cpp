@@ -26,6 +26,12 @@ namespace {
 
 bool isDelimiter(int c) { return isClass(c, CC_DELIMITER); }
 
+// The value a reference reads from a record it found: none when the record
+// is deleted or has no value.
+istring variableLiveValue(Variable *record) {
+    return record->flags & VAR_DELETED ? nullptr : variableRecordValue(record);
+}
+
 istring internView(std::string_view text) { return istringNewN(text.data(), static_cast<unsigned>(text.size())); }
 
 // Makes room for `extra` more bytes at `position` in the builder's buffer,
@@ -339,24 +345,21 @@ istring variableExpand(HashTable *table, istring name, int only) {
 
     if (table) {
         if (Variable *record = variableTableFind(table, base)) {
-            if ((record->flags & VAR_DELETED) || !record->value)
-                return names.empty;
-            return variableSubstitue(record->value, subscript, modifier);
+            istring value = variableLiveValue(record);
+            return value ? variableSubstitue(value, subscript, modifier) : names.empty;
         }
     }
     if (!table || !only) {
         for (Scope *scope = currentScope; scope; scope = scope->parent) {
             if (Variable *record = static_cast<Variable *>(ht_lookup(scope->table, base))) {
-                if ((record->flags & VAR_DELETED) || !record->value)
-                    return names.empty;
-                return variableSubstitue(record->value, subscript, modifier);
+                istring value = variableLiveValue(record);
+                return value ? variableSubstitue(value, subscript, modifier) : names.empty;
             }
         }
         if (Variable *record = globalTable ? static_cast<Variable *>(ht_lookup(globalTable, base)) : nullptr) {
-            if ((record->flags & VAR_DELETED) || !record->value)
-                return names.empty;
+            istring value = variableLiveValue(record);
             // Roles exchanged on purpose for global variables.
-            return variableSubstitue(record->value, modifier, subscript);
+            return value ? variableSubstitue(value, modifier, subscript) : names.empty;
         }
     }
     Variable wanted;

@@ -3,6 +3,7 @@
 #include "variables/variable.h"
 
 #include <cstdio>
+#include <err.h>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -88,12 +89,24 @@ Variable *variableFind(HashTable *table, istring name, int only) {
 
 istring variableValue(HashTable *table, istring name, int only) {
     Variable *record = variableFind(table, name, only);
-    return record && record->value ? record->value : names.empty;
+    istring value = record ? variableRecordValue(record) : nullptr;
+    return value ? value : names.empty;
 }
 
-void variableInsert(HashTable *table, istring name, istring value, Variable *existing, istring separator) {
+istring variableRecordValue(Variable *record) {
+    if (!record->value && record->grown)
+        record->value = istringNewN(record->grown->data, record->grownLength);
+    return record->value;
+}
+
+// Stores a new record; its value is `value`, or the first grownLength bytes
+// of `grown` when that is given.
+static void variableInsertText(HashTable *table, istring name, istring value, GrowingText *grown,
+                               uint32_t grownLength, Variable *existing, istring separator) {
     Variable *record = static_cast<Variable *>(poolallocRecord(sizeof(Variable)));
     record->value = value;
+    record->grown = grown;
+    record->grownLength = grownLength;
     record->separator = separator;
     record->flags = 0;
     record->sequence = existing ? existing->sequence : variableSequence++;
@@ -110,6 +123,10 @@ void variableInsert(HashTable *table, istring name, istring value, Variable *exi
         delimiterSet(value);
     }
     variableStore(target, name, record);
+}
+
+void variableInsert(HashTable *table, istring name, istring value, Variable *existing, istring separator) {
+    variableInsertText(table, name, value, nullptr, 0, existing, separator);
 }
 
 void variableSet(HashTable *table, istring name, istring value) {
@@ -139,14 +156,71 @@ static Variable *variableCombineRecord(HashTable *table, istring name, istring *
     return record;
 }
 
+// True when a reference to name reads exactly the value of the record
+// variableFind gives: no references, escapes, subscript or modifier in the
+// name, not a name the expansion computes, and not one whose store reads
+// the value.
+static bool variableNamePlain(istring name) {
+    if (std::strpbrk(name, "$\\\xff:["))
+        return false;
+    for (istring special : {names.DEBUGFLAGS, names.FILE_, names.LINE, names.CURRENT_SCOPE, names.SEPARATOR,
+                            names.DELIMITER, names.star, names.empty, names.SRCPATH})
+        if (name == special)
+            return false;
+    return true;
+}
+
+// Appends without interning: the new value extends the text the old one is
+// a prefix of (a copy of the old value starts one when the old value is not
+// the end of such a text). False when the ordinary path must run instead:
+// a non-plain name, or an empty or missing old value.
+static bool variableAppendShared(HashTable *table, istring name, istring value, istring separator,
+                                 Variable *record, istring defaultSeparator) {
+#ifdef BRISK_EAGER_CAPTURE
+    return false;  // the reference build interns every value as it is made
+#endif
+    if (!record || (record->flags & VAR_DELETED) || !variableNamePlain(name))
+        return false;
+    uint32_t oldLength = record->grown ? record->grownLength : record->value ? istringLength(record->value) : 0;
+    if (oldLength == 0)
+        return false;
+    uint32_t separatorLength = istringLength(separator);
+    uint32_t valueLength = value ? istringLength(value) : 0;
+    uint64_t length = static_cast<uint64_t>(oldLength) + separatorLength + valueLength;
+    if (length >= 65535)  // the length the interned value would be refused at
+        errx(1, "name length too long(%d)", static_cast<int>(length + 1));
+    GrowingText *text = record->grown;
+    if (!text || text->length != oldLength) {
+        const char *old = record->grown ? record->grown->data : record->value;
+        text = static_cast<GrowingText *>(poolallocRecord(sizeof(GrowingText)));
+        text->capacity = 2 * static_cast<uint32_t>(length);
+        text->data = static_cast<char *>(xmalloc(text->capacity, "variableAppend"));
+        std::memcpy(text->data, old, oldLength);
+        text->length = oldLength;
+    } else if (length > text->capacity) {
+        text->capacity = 2 * static_cast<uint32_t>(length);
+        text->data = static_cast<char *>(realloc(text->data, text->capacity));
+        if (!text->data)
+            err(1, nullptr);
+    }
+    std::memcpy(text->data + text->length, separator, separatorLength);
+    if (valueLength)
+        std::memcpy(text->data + text->length + separatorLength, value, valueLength);
+    text->length = static_cast<uint32_t>(length);
+    variableInsertText(table, name, nullptr, text, text->length, record, defaultSeparator);
+    return true;
+}
+
 static void variableCombine(HashTable *table, istring name, istring value, istring separator, bool prepend) {
     variableCheckIstring(name);
     variableCheckIstring(value);
-    istring old = variableExpand(table, name, 0);
     istring defaultSeparator;
     Variable *record = variableCombineRecord(table, name, &defaultSeparator);
     if (!separator)
         separator = defaultSeparator;
+    if (!prepend && variableAppendShared(table, name, value, separator, record, defaultSeparator))
+        return;
+    istring old = variableExpand(table, name, 0);
     istring result = value;
     if (*old) {
         std::string text;
@@ -223,7 +297,7 @@ void variableUnset(istring name) {
 void variableUses(HashTable *table, istring name, const char *separator) {
     HashTable *target = variableTarget(table);
     Variable *record = variableFind(target, name, 0);
-    variableInsert(target, name, record ? record->value : nullptr, record, istringNew(separator));
+    variableInsert(target, name, record ? variableRecordValue(record) : nullptr, record, istringNew(separator));
 }
 
 istring variableSeparator(HashTable *table, istring name) {
@@ -279,11 +353,11 @@ void variableFlatten(HashTable *target) {
         copy(globalTable);
 }
 
-static void variableDumpEntry(const Variable *record) {
+static void variableDumpEntry(Variable *record) {
     if (record->flags & VAR_DELETED)
         fputs(" DELETED\n", stdout);
-    else if (record->value && *record->value)
-        printf("=%s\n", record->value);
+    else if (istring value = variableRecordValue(record); value && *value)
+        printf("=%s\n", value);
     else
         putchar('\n');
 }
@@ -315,8 +389,8 @@ void variableCheck() {
     auto check = [](HashTable *table) {
         variableEachRecord(table, [](istring key, Variable *record) {
             istringCheck(key);
-            if (record->value && *record->value)
-                istringCheck(record->value);
+            if (istring value = variableRecordValue(record); value && *value)
+                istringCheck(value);
             if (record->separator)
                 istringCheck(record->separator);
         });

@@ -6,9 +6,19 @@
 
 enum : uint32_t { VAR_DELETED = 2 };
 
+// Text that successive appends to one variable share: each version of the
+// value is a prefix of it, and only the bytes past `length` are ever written.
+struct GrowingText {
+    char *data;
+    uint32_t length;
+    uint32_t capacity;
+};
+
 struct Variable {
     istring name;
-    istring value;        // NULL reads as empty text
+    istring value;        // NULL reads as empty text; read it through variableRecordValue
+    GrowingText *grown;   // when set, the value is its first grownLength bytes,
+    uint32_t grownLength; // interned into `value` when first read
     istring separator;
     uint32_t flags;       // VAR_DELETED
     int32_t count;        // components; 0 when the name has no separator
@@ -29,6 +39,8 @@ extern uint32_t variableSequence;
 extern uint32_t variableCaptures;  // build captures taken so far
 
 Variable *variableFind(HashTable *table, istring name, int only);
+// The record's value as an istring (NULL when it has none).
+istring variableRecordValue(Variable *record);
 istring variableValue(HashTable *table, istring name, int only);
 void variableInsert(HashTable *table, istring name, istring value, Variable *existing, istring separator);
 void variableSet(HashTable *table, istring name, istring value);
@@ -65,10 +77,10 @@ istring variableBestMatch(HashTable *table, const Variable *wanted, int stopEarl
 struct BestMatch {
     int score = -1;
     uint32_t sequence = 0;
-    istring value = nullptr;
+    Variable *record = nullptr;
 };
 // Lets record compete for the best match of wanted.
-void variableBestMatchRecord(const Variable *record, const Variable *wanted, BestMatch &best);
+void variableBestMatchRecord(Variable *record, const Variable *wanted, BestMatch &best);
 // Lets every record visible through table's captured view, and not held by
 // table itself, compete; deleted records are left out.
 void variableCaptureBestMatch(HashTable *table, const Variable *wanted, BestMatch &best);

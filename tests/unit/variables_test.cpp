@@ -117,7 +117,7 @@ TEST_F(Variables, AppendToAnOuterVariableMakesALocalCopy) {
     variableAppend(nullptr, I("AX"), I("b"), nullptr);
     Variable *local = variableFind(currentScope->table, I("AX"), 1);
     ASSERT_NE(local, nullptr);
-    EXPECT_STREQ(local->value, "a b");
+    EXPECT_STREQ(variableRecordValue(local), "a b");
     EXPECT_EQ(local->sequence, sequence);
     scopePop();
     EXPECT_EQ(value("AX"), "a");
