@@ -54,8 +54,8 @@ TemplateRecord *templateFind(istring source, istring selector, TemplateRecord *l
                 t->stem = b == source ? source : istringNew(b);
                 return t;
             }
-            size_t restLength = strlen(rest);
-            size_t baseLength = strlen(b);
+            size_t restLength = istringLength(t->sourcePattern) - static_cast<size_t>(rest - t->sourcePattern);
+            size_t baseLength = istringLength(source) - static_cast<size_t>(b - source);
             if (restLength <= baseLength && strcmp(b + baseLength - restLength, rest) == 0) {
                 t->stem = istringNewN(b, static_cast<unsigned>(baseLength - restLength));
                 t->suffix = istringNew(rest);
@@ -162,9 +162,11 @@ TemplateRecord *templateDeclare(istring targetPattern, istring sourcePattern) {
     return t;
 }
 
-// name followed by suffix, interned.
-static istring nameWithSuffix(const char *name, istring suffix) {
-    size_t nameLength = strlen(name);  // may point into a source: not always an istring
+// The text of `from` to the end of the istring `within`, followed by suffix,
+// interned.
+static istring nameWithSuffix(istring within, const char *from, istring suffix) {
+    const char *name = from;
+    size_t nameLength = istringLength(within) - static_cast<size_t>(from - within);
     size_t suffixLength = istringLength(suffix);
     char *text = static_cast<char *>(xmalloc(nameLength + suffixLength + 1, "build statement"));
     memcpy(text, name, nameLength);
@@ -212,11 +214,11 @@ void buildStatement(BuildRecord *record, int requirement, uint32_t flags, HashTa
     if (flags & BUILD_FAKE)
         record->source = variableExpand(table, names.SOURCE, 1);
 
-    variableSet(globalTable, nameWithSuffix(record->target, names.Source), record->source);
+    variableSet(globalTable, nameWithSuffix(record->target, record->target, names.Source), record->source);
 
     if (record->key) {
         const char *semicolon = strchr(record->source, ';');
-        variableSet(globalTable, nameWithSuffix(semicolon ? semicolon : record->source, names.Suffix), record->key);
+        variableSet(globalTable, nameWithSuffix(record->source, semicolon ? semicolon : record->source, names.Suffix), record->key);
     }
 
     if (buildTail)

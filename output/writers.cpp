@@ -84,7 +84,7 @@ void emitVariableList(const char *name, FILE *stream, BuildRecord *first, const 
         if (filter && build->key != filter)
             continue;
         build->flags |= 1;  // listed: never listed again
-        size_t length = strlen(build->source);
+        size_t length = istringLength(build->source);
         if (width == 0) {
             width = length;
             fprintf(stream, "%s +=%s%s", name, tab, build->source);

@@ -225,7 +225,7 @@ static void variableCombine(HashTable *table, istring name, istring value, istri
     if (*old) {
         std::string text;
         const char *add = value ? value : "";
-        text.reserve(istringLength(old) + std::strlen(add) + istringLength(separator));
+        text.reserve(istringLength(old) + (value ? istringLength(value) : 0) + istringLength(separator));
         text += prepend ? add : old;
         text += separator;
         text += prepend ? old : add;
