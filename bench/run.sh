@@ -23,26 +23,21 @@ python3 "$here/generate.py" "$@" "$work"
 printf '%-15s %10s %8s %12s %10s\n' config lines status wall_s maxrss_kb
 for conf in builds scopes combined; do
     file="$work/$conf.conf"
-    # Peak memory and wall time of the brisk process alone, from wait4's
-    # rusage, so no external time(1) is needed.
-    python3 - "$brisk" "$file" "$work/$conf.mk" "$work/$conf.err" <<'EOF'
-import os, subprocess, sys, time
-brisk, conf, out, err = sys.argv[1:]
+    # Peak memory and wall time of the brisk process alone, measured the way
+    # compare.py measures (without the interpreter's own peak).
+    python3 - "$here" "$brisk" "$file" "$work/$conf.mk" <<'EOF'
+import os, sys
+sys.dont_write_bytecode = True
+sys.path.insert(0, sys.argv[1])
+import compare
+brisk, conf, out = (os.path.abspath(a) for a in sys.argv[2:])
 lines = sum(1 for _ in open(conf))
-start = time.monotonic()
-with open(err, "w") as e:
-    p = subprocess.Popen([brisk, "-o", out, conf], stderr=e)
-    _, status, usage = os.wait4(p.pid, 0)
-    p.returncode = os.waitstatus_to_exitcode(status)
-wall = time.monotonic() - start
-code = p.returncode
+compare.become_subreaper()
+code, wall, peak, _, err = compare.run([brisk, "-o", out, conf], os.path.dirname(conf))
 name = os.path.basename(conf)[:-5]
-print(f"{name:<15} {lines:>10} {code:>8} {wall:>12.2f} {usage.ru_maxrss:>10}")
-if code != 0 or os.path.getsize(err):
-    sys.stdout.write(open(err).read())
+print(f"{name:<15} {lines:>10} {code:>8} {wall:>12.2f} {peak:>10}")
+sys.stdout.write(err)
+if "name length too long" in err:
+    sys.exit(f"run.sh: {name}: name length too long")
 EOF
-    if grep -q "name length too long" "$work/$conf.err"; then
-        echo "run.sh: $conf: name length too long" >&2
-        exit 1
-    fi
 done
