@@ -162,11 +162,10 @@ TemplateRecord *templateDeclare(istring targetPattern, istring sourcePattern) {
     return t;
 }
 
-// The text of `from` to the end of the istring `within`, followed by suffix,
+// The text from name to the end of the istring `within`, followed by suffix,
 // interned.
-static istring nameWithSuffix(istring within, const char *from, istring suffix) {
-    const char *name = from;
-    size_t nameLength = istringLength(within) - static_cast<size_t>(from - within);
+static istring nameWithSuffix(istring within, const char *name, istring suffix) {
+    size_t nameLength = istringLength(within) - static_cast<size_t>(name - within);
     size_t suffixLength = istringLength(suffix);
     char *text = static_cast<char *>(xmalloc(nameLength + suffixLength + 1, "build statement"));
     memcpy(text, name, nameLength);

@@ -3,9 +3,9 @@
 #include "variables/variable.h"
 
 #include <cstdio>
-#include <err.h>
 #include <cstdlib>
 #include <cstring>
+#include <err.h>
 #include <string>
 
 #include "core/alloc.h"
