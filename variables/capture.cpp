@@ -9,8 +9,6 @@
 // leaves the old one reachable through `older`; a record no capture can see
 // (stamped since the last capture) is dropped from the chain. A lookup through
 // a capture takes, in each table, the newest record not stamped after it.
-#include <cstdlib>
-
 #include "core/alloc.h"
 #include "driver/builtins.h"
 #include "variables/scope.h"
