@@ -1,11 +1,26 @@
 #!/usr/bin/env python3
-"""Run one end-to-end case against the brisk binary.
+"""Run the end-to-end runs of one case file against the brisk binary.
 
-A case file is a header of `key: value` lines followed by sections that each
-start with a line `--- kind [name]`:
+    run_case.py BRISK CASE [RUN]     all runs of CASE, or only the one named RUN
+
+A case file holds runs that share input files. Each run starts with a line
+`=== run NAME`, followed by header lines and sections; whatever comes before
+the first run is shared by every run (a run's own sections come after the
+shared ones and replace them where they name the same thing). A file without
+any `=== run` line is a single run named after the file.
+
+Header lines (`#` starts a comment):
 
     args: -o - conf          arguments (split on blanks; quote with '...')
     env: NAME=value          environment entry (repeatable)
+    unsetenv: NAME           drop an environment entry
+    stdin: TEXT              one-line forms of the sections below: TEXT and
+    stdout: TEXT             a newline
+    stderr: TEXT
+    status: N
+
+Sections start with a line `--- kind [name]`:
+
     --- file NAME            a file created before the run
     --- stdin                standard input
     --- status               expected exit status (default 0)
@@ -15,10 +30,11 @@ start with a line `--- kind [name]`:
     --- absent NAME          the file must not exist after the run
 
 Section names may be quoted as in a shell (`--- file 'a b'`); unquoted names
-keep their backslashes. Section bodies
-are taken line by line; a section whose kind is followed by
-`noeol` loses its final newline. `{DIR}` anywhere stands for the temporary
-directory the case runs in. Lines of the header starting with '#' are comments.
+keep their backslashes. Section bodies are taken line by line; a section whose
+kind is followed by `noeol` loses its final newline. `{DIR}` anywhere stands
+for the temporary directory the run starts in (a fresh one for every run),
+`{SRC}` for the source tree. A failing run is reported as `CASE: run NAME`
+with the differences.
 """
 import os
 import shlex
@@ -26,46 +42,58 @@ import subprocess
 import sys
 import tempfile
 
+SOURCE_TREE = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+
+
+def section(words):
+    return {"kind": words[0], "args": words[1:], "lines": []}
+
 
 def parse(path):
-    header, sections, current = [], [], None
+    """The shared part and the runs, each as (name, header lines, sections)."""
+    blocks = [[None, [], []]]
     with open(path, encoding="latin-1", newline="") as f:
         for line in f:
-            if line.startswith("--- "):
+            block = blocks[-1]
+            if line.startswith("=== run "):
+                blocks.append([line[8:].strip(), [], []])
+            elif line.startswith("--- "):
                 rest = line[4:]
                 # Quotes group a name with blanks; backslashes stay literal.
-                words = shlex.split(rest) if ("'" in rest or '"' in rest) else rest.split()
-                current = {"kind": words[0], "args": words[1:], "lines": []}
-                sections.append(current)
-            elif current is None:
-                header.append(line.rstrip("\n"))
-            else:
-                current["lines"].append(line)
-    for s in sections:
-        body = "".join(s["lines"])
-        if "noeol" in s["args"] and body.endswith("\n"):
-            body = body[:-1]
-        s["body"] = body
-        s["name"] = next((a for a in s["args"] if a != "noeol"), None)
-    return header, sections
+                block[2].append(section(shlex.split(rest) if ("'" in rest or '"' in rest) else rest.split()))
+            elif block[2]:
+                block[2][-1]["lines"].append(line)
+            elif line.strip() and not line.startswith("#"):
+                key, _, value = line.rstrip("\n").partition(":")
+                if key in ("stdin", "stdout", "stderr", "status"):
+                    block[2].append({"kind": key, "args": [], "lines": [value[1:] + "\n"]})
+                else:
+                    block[1].append((key, value.strip()))
+    for block in blocks:
+        for s in block[2]:
+            body = "".join(s["lines"])
+            if "noeol" in s["args"] and body.endswith("\n"):
+                body = body[:-1]
+            s["body"] = body
+            s["name"] = next((a for a in s["args"] if a != "noeol"), None)
+    shared = blocks[0]
+    if len(blocks) == 1:
+        return [(os.path.splitext(os.path.basename(path))[0], shared[1], shared[2])]
+    return [(name, shared[1] + header, shared[2] + sections) for name, header, sections in blocks[1:]]
 
 
-def main():
-    brisk, case = os.path.abspath(sys.argv[1]), sys.argv[2]
-    header, sections = parse(case)
+def run(brisk, case, header, sections):
+    """The differences between what the run expects and what it did."""
     with tempfile.TemporaryDirectory(prefix="brisk-e2e-") as tmp:
         tmp = os.path.realpath(tmp)
-        sub = lambda s: s.replace("{DIR}", tmp)
+        sub = lambda s: s.replace("{DIR}", tmp).replace("{SRC}", SOURCE_TREE)
         env = {"PATH": os.environ.get("PATH", "/usr/bin:/bin"), "HOME": tmp, "LC_ALL": "C"}
         for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"):
             if name in os.environ:
                 env[name] = os.environ[name]
         args = []
-        for line in header:
-            if not line.strip() or line.startswith("#"):
-                continue
-            key, _, value = line.partition(":")
-            value = sub(value.strip())
+        for key, value in header:
+            value = sub(value)
             if key == "args":
                 args = shlex.split(value)
             elif key == "env":
@@ -116,9 +144,22 @@ def main():
         for name in absent:
             if os.path.exists(os.path.join(tmp, name)):
                 failures.append(f"{name} exists but should not")
+        return failures
+
+
+def main():
+    brisk, case = os.path.abspath(sys.argv[1]), sys.argv[2]
+    only = sys.argv[3] if len(sys.argv) > 3 else None
+    runs = [r for r in parse(case) if only in (None, r[0])]
+    if not runs:
+        sys.exit(f"{case}: no run named {only}")
+    failed = False
+    for name, header, sections in runs:
+        failures = run(brisk, case, header, sections)
         if failures:
-            print(f"{case}:\n" + "\n".join(failures))
-            sys.exit(1)
+            print(f"{case}: run {name}\n" + "\n".join(failures))
+            failed = True
+    sys.exit(1 if failed else 0)
 
 
 if __name__ == "__main__":
