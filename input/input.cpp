@@ -10,6 +10,7 @@
 #include "driver/driver.h"
 #include "input/charclass.h"
 #include "input/diag.h"
+#include "language/state.h"
 #include "output/text.h"
 #include "variables/expand.h"
 #include "variables/scope.h"
@@ -158,8 +159,13 @@ static void inputPop() {
         inputPrefix = inputStack->prefix;
         return;
     }
+    // An active post-processing body still open at the end of input collects
+    // into the very text that would be replayed: every replayed line would be
+    // appended again, without end. Such a body is never closed, so the input
+    // ends here and the parser reports the unclosed block.
     TextObject *post = sectionFind(istringNew(".POSTPROCESS"));
-    if (post && post->lines) {
+    bool collecting = lineMode != 0 && currentSection == post && scopeActive();
+    if (post && post->lines && !collecting) {
         TextLine *lines = post->lines;
         post->lines = nullptr;
         inputInsert(lines, 0);
