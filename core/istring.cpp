@@ -2,7 +2,10 @@
 #include "core/istring.h"
 
 #include <cstdio>
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
+#include <vector>
 #include <err.h>
 
 #include "core/alloc.h"
@@ -17,6 +20,14 @@ struct StringBlock {
     size_t used;
 };
 static StringBlock *stringBlocks;
+
+// The address ranges of the string pool's blocks, sorted by start, so that
+// a pointer can be asked whether it lies in the pool before its header is read.
+struct BlockRange {
+    uintptr_t start;
+    uintptr_t end;
+};
+static std::vector<BlockRange> blockRanges;
 static char *spoolNext;
 static size_t spoolRemainder;
 
@@ -38,6 +49,10 @@ static char *spoolalloc(unsigned n) {
         record->start = block;
         record->used = 0;
         stringBlocks = record;
+        BlockRange range{reinterpret_cast<uintptr_t>(block), reinterpret_cast<uintptr_t>(block) + size + 65536};
+        blockRanges.insert(std::upper_bound(blockRanges.begin(), blockRanges.end(), range,
+                                            [](const BlockRange &a, const BlockRange &b) { return a.start < b.start; }),
+                           range);
         spoolNext = block;
         spoolRemainder = size + 65536;
     }
@@ -82,6 +97,24 @@ istring istringNewN(const char *chars, unsigned length) {
     if (++stringTable.count > stringTable.threshold)
         ht_expand(&stringTable);
     return s;
+}
+
+bool istringInterned(const char *s) {
+    // Only a pointer with a whole header in front of it inside one pool block
+    // may have its header read; the header's hash then names the only bucket
+    // the string can be in, and identity decides.
+    uintptr_t p = reinterpret_cast<uintptr_t>(s);
+    auto after = std::upper_bound(blockRanges.begin(), blockRanges.end(), p,
+                                  [](uintptr_t q, const BlockRange &r) { return q < r.start; });
+    if (after == blockRanges.begin())
+        return false;
+    const BlockRange &range = *(after - 1);
+    if (p < range.start + sizeof(IStringHeader) || p >= range.end)
+        return false;
+    for (HashEntry *e = stringTable.buckets[istringHash(s) & stringTable.mask]; e; e = e->next)
+        if (e->key == s)
+            return true;
+    return false;
 }
 
 // abort() does not flush stdio, so the message is flushed first.

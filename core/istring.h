@@ -26,6 +26,9 @@ const HashTable *istringTable();
 istring istringNew(const char *s);
 istring istringNewN(const char *chars, unsigned length);
 void istringCheck(istring s);
+// Whether s is the handle of an interned string. Safe for any pointer to a
+// NUL-terminated text: nothing in front of s is read unless s lies in the pool.
+bool istringInterned(const char *s);
 
 inline const IStringHeader *istringHeader(istring s) {
     return reinterpret_cast<const IStringHeader *>(s - sizeof(IStringHeader));

@@ -47,6 +47,28 @@ TEST(IString, CheckReportsOnStandardOutputAndAborts) {
     istringCheck(good.chars);
 }
 
+TEST(IString, InternedIsDecidedByIdentityNotByHeaderBytes) {
+    startUp();
+    struct Fake { IStringHeader header; char chars[8]; } __attribute__((packed));
+    Fake outside{{ISTRING_MAGIC, ht_hash("zz", 2), 2}, "zz"};
+    EXPECT_FALSE(istringInterned(outside.chars));  // a perfect header outside the pool
+
+    // Inside the pool: the end of a string whose last bytes imitate a header.
+    std::string text = "ab";
+    IStringHeader forged{ISTRING_MAGIC, ht_hash("", 0), 0};
+    text.append(reinterpret_cast<const char *>(&forged), sizeof forged);
+    istring holder = istringNewN(text.data(), static_cast<unsigned>(text.size()));
+    const char *end = holder + istringLength(holder);
+    EXPECT_EQ(istringMagic(end), ISTRING_MAGIC);
+    EXPECT_FALSE(istringInterned(end));
+    EXPECT_FALSE(istringInterned(holder + 1));
+
+    EXPECT_TRUE(istringInterned(holder));
+    EXPECT_TRUE(istringInterned(I("")));
+    for (int i = 0; i < 20000; i++)  // strings in later pool blocks too
+        EXPECT_TRUE(istringInterned(I(("s" + std::to_string(i)).c_str())));
+}
+
 TEST(IString, TableGrowthAndLengthLimit) {
     startUp();
     EXPECT_EQ(istringLength(I(std::string(65534, 'x'))), 65534u);
