@@ -132,12 +132,16 @@ void driverDefine(const char *argument) {
     variableSet(globalTable, istringNew(name.c_str()), istringNew(equals + 1));
 }
 
+// The -M path, for the message when writing the file fails.
+static const char *dependName;
+
 void driverDependFile(const char *path) {
     if (dependStream)
         errx(1, "Only one -M option allowed");
     dependStream = fopen(path, "w");
     if (!dependStream)
         err(1, "%s", path);
+    dependName = path;
 }
 
 void driverSeparator(DriverOptions &options, const char *argument, istring includeName) {
@@ -274,8 +278,10 @@ int briskMain(int argc, char **argv) {
 
     if (dependStream) {
         fputs("\n", dependStream);
-        fclose(dependStream);
+        bool failed = ferror(dependStream) | (fclose(dependStream) != 0);
         dependStream = nullptr;
+        if (failed)
+            err(1, "%s", dependName);
     }
 
     TextObject *objects = textCreate(istringNew(".OBJS"), defaultOutputName, defaultOutputStream);
@@ -286,5 +292,10 @@ int briskMain(int argc, char **argv) {
     rules->writer = rulesEmit;
 
     sectionsEmit();
+    textCloseAll();
+    // Standard output also carries echo and debug text; losing it silently
+    // would hide a full disk from the script that ran us.
+    if (fflush(stdout) != 0 || ferror(stdout))
+        err(1, "<STDOUT>");
     return 0;
 }

@@ -112,6 +112,23 @@ FILE *textOutput(TextObject *section) {
     return stream;
 }
 
+void textCloseAll() {
+    HashCursor *cursor = ht_start(outputTable);
+    void *value;
+    while (ht_next(cursor, &value)) {
+        OutputFile *output = static_cast<OutputFile *>(value);
+        FILE *stream = output->stream;
+        if (!stream)
+            continue;
+        output->stream = nullptr;
+        bool failed = stream == stdout ? fflush(stream) != 0 || ferror(stream)
+                                       : ferror(stream) | (fclose(stream) != 0);
+        if (failed)
+            err(1, "%s", output->name);
+    }
+    ht_end(cursor);
+}
+
 void sectionsEmit() {
     istring list = variableExpand(nullptr, names.EMIT, 0);
     const char *p = list;

@@ -43,5 +43,8 @@ void textDropFirst(TextObject *section);
 TextObject *sectionFind(istring name);
 FILE *textOutput(TextObject *section);
 void sectionsEmit();
+// Closes every open output file (standard output is flushed); a failed write
+// or close ends the program with the file's name and the system's reason.
+void textCloseAll();
 // A fresh line record stamped with the current location (label names the caller).
 TextLine *textLineNew(istring text, unsigned flags, const char *label);

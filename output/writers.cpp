@@ -2,6 +2,7 @@
 #include "output/writers.h"
 
 #include <cstring>
+#include <err.h>
 #include <string>
 
 #include "driver/builtins.h"
@@ -20,6 +21,13 @@ static bool writerReady(TextObject *section, FILE *&stream) {
     return stream != nullptr;
 }
 
+// A writer that wrote flushes its stream. A write that failed (a full disk)
+// must not leave a truncated file behind a successful run.
+static void writerFlush(TextObject *section, FILE *stream) {
+    if (stream && (fflush(stream) != 0 || ferror(stream)))
+        err(1, "%s", section->output->name);
+}
+
 void textEmit(TextObject *section) {
     FILE *stream = nullptr;
     for (TextLine *line = section->lines; line; line = line->next) {
@@ -33,8 +41,7 @@ void textEmit(TextObject *section) {
         else
             fprintf(stream, "%s\n", line->text);
     }
-    if (stream)
-        fflush(stream);
+    writerFlush(section, stream);
 }
 
 void rulesEmit(TextObject *section) {
@@ -49,8 +56,7 @@ void rulesEmit(TextObject *section) {
         for (TextLine *command = build->template_->commands; command; command = command->next)
             fprintf(stream, "\t%s\n", expandString(build->scope, command->text));
     }
-    if (stream)
-        fflush(stream);
+    writerFlush(section, stream);
 }
 
 void objEmit(TextObject *section) {
@@ -71,8 +77,7 @@ void objEmit(TextObject *section) {
         emitWrapped(stream, text.c_str());
         fputs("\n", stream);
     }
-    if (stream)
-        fflush(stream);
+    writerFlush(section, stream);
 }
 
 void emitVariableList(const char *name, FILE *stream, BuildRecord *first, const char *filter) {
