@@ -1,10 +1,12 @@
 // The store of user functions, and the search for the program's directory.
 #include "output/function.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 #include "core/alloc.h"
 #include "input/input.h"
@@ -58,9 +60,21 @@ char *joinPath(const char *prefix, size_t length, const char *name) {
     return result;
 }
 
+// The current directory in a buffer grown until it fits (no fixed limit on
+// the path's length); false when it cannot be had for another reason.
+static bool currentDirectory(std::vector<char> &cwd) {
+    cwd.resize(256);
+    while (!getcwd(cwd.data(), cwd.size())) {
+        if (errno != ERANGE)
+            return false;
+        cwd.resize(cwd.size() * 2);
+    }
+    return true;
+}
+
 // The candidate that the walk along the directory list settles on, or NULL.
 static char *programSearch(const char *list, const char *name) {
-    char cwd[261];
+    std::vector<char> cwd;
     bool haveCwd = false;
     const char *element = list;
     bool finalPass = false;
@@ -70,11 +84,11 @@ static char *programSearch(const char *list, const char *name) {
         char *candidate = joinPath(element, length, name);
         if (!isAbsolutePath(candidate)) {
             if (!haveCwd) {
-                if (!getcwd(cwd, sizeof cwd))
+                if (!currentDirectory(cwd))
                     return candidate;
                 haveCwd = true;
             }
-            char *absolute = joinPath(cwd, strlen(cwd), candidate);
+            char *absolute = joinPath(cwd.data(), strlen(cwd.data()), candidate);
             free(candidate);
             candidate = absolute;
         }

@@ -142,6 +142,15 @@ TEST_F(Output, ProgramSearchOrder) {
     EXPECT_EQ(found("tools/brisk"), path("cwd/tools"));  // a name with a slash is not searched
     unsetenv("PATH");
     EXPECT_EQ(found("brisk"), "<none>");
+
+    // A working directory longer than any fixed buffer still yields it.
+    std::string deep = "cwd/" + std::string(200, 'x') + "/" + std::string(200, 'y');
+    std::filesystem::create_directories(path(deep));
+    program(deep + "/brisk");
+    ASSERT_EQ(chdir(path(deep).c_str()), 0);
+    setenv("PATH", "", 1);
+    EXPECT_EQ(found("brisk"), path(deep));
+    ASSERT_EQ(chdir(path("cwd").c_str()), 0);
     setenv("PATH", saved.c_str(), 1);
 }
 
