@@ -11,7 +11,7 @@
 #include <string>
 
 #include "core/istring.h"
-#include "driver/builtins.h"
+#include "core/names.h"
 #include "driver/driver.h"
 #include "input/charclass.h"
 #include "input/input.h"

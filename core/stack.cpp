@@ -8,8 +8,8 @@
 #include <err.h>
 
 #include "core/alloc.h"
-#include "input/diag.h"
-#include "output/text.h"
+#include "core/report.h"
+#include "core/textline.h"
 
 Builder builder;
 

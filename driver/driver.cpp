@@ -16,13 +16,15 @@
 #include <vector>
 
 #include "core/istring.h"
-#include "driver/builtins.h"
-#include "driver/debug.h"
+#include "core/names.h"
+#include "core/debug.h"
 #include "input/charclass.h"
+#include "input/diag.h"
 #include "input/input.h"
 #include "input/lexer.h"
+#include "language/actions.h"
 #include "language/build.h"
-#include "language/tokens.h"
+#include "input/tokens.h"
 #include "output/function.h"
 #include "output/text.h"
 #include "output/writers.h"
@@ -229,7 +231,11 @@ void driverStartUp() {
     istringInit();
     charClassInit();
     keywordInit();
-    builtinsInit();
+    fatalTrace = statementTraceAll;
+    inputPendingLines = postprocessTake;
+    namesInit();
+    variableSet(globalTable, names.EMIT, istringNew(".EMIT-NOW .OBJS .EMIT .RULES"));
+    variableSet(globalTable, names.DELIMITER, istringNew(" \t"));
     textInit();
     scopeNew(nullptr);
     inputPrefix = istringNew("");

@@ -5,7 +5,6 @@
 
 extern istring defaultOutputName;  // "Makefile", the -o argument, or "<STDOUT>"
 extern FILE *defaultOutputStream;  // stdout after -o -, else NULL
-extern FILE *dependStream;         // the -M file, else NULL
 
 // Start-up before any variable is set: the string table, character classes,
 // keywords, built-in names and global table, sections, the outermost scope.

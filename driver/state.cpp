@@ -3,4 +3,3 @@
 
 istring defaultOutputName;
 FILE *defaultOutputStream;
-FILE *dependStream;

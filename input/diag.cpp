@@ -1,4 +1,4 @@
-// Fatal errors, warnings, location names and the statement history.
+// Located fatal errors, location names and the statement history.
 #include "input/diag.h"
 
 #include <cstdarg>
@@ -7,42 +7,19 @@
 #include <cstring>
 
 #include "core/alloc.h"
-#include "driver/builtins.h"
-#include "driver/debug.h"
+#include "core/names.h"
+#include "core/debug.h"
 #include "input/input.h"
 #include "variables/variable.h"
 
 StatementEntry *statementHistory;
 int statementCount;
 
-[[noreturn]] static void fatalFinish(const char *format, va_list args) {
-    vfprintf(stderr, format, args);
-    fputs("\n", stderr);
-    StatementTrace(nullptr, 0);
-    fflush(stderr);
-    exit(1);
-}
-
-void fatal(const char *format, ...) {
-    va_list args;
-    va_start(args, format);
-    fatalFinish(format, args);
-}
-
 void fatalAt(const char *format, ...) {
     fprintf(stderr, "%s:%d ", inputFile ? inputFile : "", inputLine);
     va_list args;
     va_start(args, format);
-    fatalFinish(format, args);
-}
-
-void warning(const char *format, ...) {
-    va_list args;
-    va_start(args, format);
-    vfprintf(stderr, format, args);
-    va_end(args);
-    fputs("\n", stderr);
-    fflush(stderr);
+    fatalv(format, args);
 }
 
 istring lineRecordName(istring file, int line) {
@@ -81,6 +58,8 @@ void StatementEnd() {
     statementHistory = entry->next;
     free(entry);
 }
+
+void statementTraceAll() { StatementTrace(nullptr, 0); }
 
 void StatementTrace(StatementEntry *entry, int number) {
     if (!debugOn('t'))

@@ -1,7 +1,8 @@
-// Diagnostics: fatal errors, located fatal errors, warnings, location names
-// and the statement history printed under debug letter t.
+// Diagnostics: located fatal errors, location names and the statement
+// history printed under debug letter t. fatal and warning come from below.
 #pragma once
 #include "core/istring.h"
+#include "core/report.h"
 
 struct StatementEntry {
     istring file;
@@ -9,9 +10,7 @@ struct StatementEntry {
     StatementEntry *next;
 };
 
-[[noreturn]] void fatal(const char *format, ...) __attribute__((format(printf, 1, 2)));
 [[noreturn]] void fatalAt(const char *format, ...) __attribute__((format(printf, 1, 2)));
-void warning(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 // "%s:%d" of a location, interned.
 istring lineRecordName(istring file, int line);
@@ -19,6 +18,8 @@ istring lineRecordName(istring file, int line);
 void StatementStart();
 void StatementEnd();
 void StatementTrace(StatementEntry *entry, int number);
+// The whole trace after a fatal error's message (the hook fatal calls).
+void statementTraceAll();
 
 // The history, for tests and the trace.
 extern StatementEntry *statementHistory;

@@ -6,17 +6,17 @@
 #include <cstring>
 
 #include "core/alloc.h"
-#include "driver/builtins.h"
-#include "driver/driver.h"
+#include "core/names.h"
 #include "input/charclass.h"
 #include "input/diag.h"
-#include "language/state.h"
-#include "output/text.h"
+#include "core/textline.h"
 #include "variables/expand.h"
 #include "variables/scope.h"
 #include "variables/variable.h"
 
 InputRecord *inputStack;
+FILE *dependStream;
+TextLine *(*inputPendingLines)();
 istring inputFile;
 int inputLine;
 istring inputPrefix;
@@ -159,19 +159,10 @@ static void inputPop() {
         inputPrefix = inputStack->prefix;
         return;
     }
-    // An active post-processing body still open at the end of input collects
-    // into the very text that would be replayed: every replayed line would be
-    // appended again, without end. Such a body is never closed, so the input
-    // ends here and the parser reports the unclosed block.
-    TextObject *post = sectionFind(istringNew(".POSTPROCESS"));
-    bool collecting = lineMode != 0 && currentSection == post && scopeActive();
-    if (post && post->lines && !collecting) {
-        TextLine *lines = post->lines;
-        post->lines = nullptr;
+    if (TextLine *lines = inputPendingLines ? inputPendingLines() : nullptr)
         inputInsert(lines, 0);
-    } else {
+    else
         scopePop();
-    }
 }
 
 char *inputRawLine(int *length) {

@@ -23,6 +23,14 @@ extern int inputLine;
 // the empty istring = no prefix.
 extern istring inputPrefix;
 
+// The -M file, when one is open: every configuration file opened is listed.
+extern FILE *dependStream;
+
+// Asked when the last source has ended: the lines to read after everything
+// else (the post-processing text), taken from their owner, or NULL. Set by
+// the layer that keeps those lines; none until set.
+extern TextLine *(*inputPendingLines)();
+
 InputRecord *inputAdd(FILE *stream, const char *name);
 InputRecord *inputInsert(TextLine *lines, int line);
 InputRecord *inputInsertAfter(InputRecord *record, TextLine *lines, int line);

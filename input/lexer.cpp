@@ -4,13 +4,17 @@
 #include <cstdio>
 #include <cstring>
 
-#include "driver/builtins.h"
-#include "driver/debug.h"
+#include "core/names.h"
+#include "core/debug.h"
 #include "input/charclass.h"
 #include "input/diag.h"
 #include "input/input.h"
 #include "input/reader.h"
-#include "language/state.h"
+#include "input/steering.h"
+
+int lineMode;
+int braceDepth;
+int commandMode;
 
 const Operator operators[10] = {
     {"&&", AND},        {"||", OR},      {"==", EQUAL},      {"=+", APPEND},

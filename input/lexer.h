@@ -1,7 +1,7 @@
 // The lexer: logical lines to tokens, with the keyword and operator tables.
 #pragma once
 #include "core/istring.h"
-#include "language/tokens.h"
+#include "input/tokens.h"
 
 struct LineToken {
     int token;

@@ -7,12 +7,12 @@
 
 #include "core/alloc.h"
 #include "core/stack.h"
-#include "driver/builtins.h"
-#include "driver/debug.h"
+#include "core/names.h"
+#include "core/debug.h"
 #include "input/charclass.h"
 #include "input/diag.h"
 #include "input/input.h"
-#include "language/state.h"
+#include "input/steering.h"
 #include "variables/expand.h"
 #include "variables/variable.h"
 

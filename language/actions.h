@@ -8,7 +8,7 @@
 
 #include "core/hashtable.h"
 #include "core/istring.h"
-#include "language/tokens.h"
+#include "input/tokens.h"
 
 struct TextLine;
 struct TextObject;
@@ -81,6 +81,9 @@ void statementDump(int current);
 // Collects the body of the for statement being read.
 extern TextObject forBody;
 void forCollect(istring text);
+// The post-processing lines to read once all other input has ended, taken
+// from ".POSTPROCESS" (the input stack's pending-lines hook).
+TextLine *postprocessTake();
 // After the "}" of a for statement: replays the body once per word of the
 // variable listName. var is NULL when the block was skipped.
 void forReplay(istring var, istring listName, int newScope);

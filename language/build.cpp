@@ -8,9 +8,9 @@
 
 #include "core/alloc.h"
 #include "core/stack.h"
-#include "driver/builtins.h"
+#include "core/names.h"
 #include "input/diag.h"
-#include "language/tokens.h"
+#include "input/tokens.h"
 #include "output/text.h"
 #include "variables/expand.h"
 #include "variables/scope.h"

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <unistd.h>
 
-#include "driver/builtins.h"
+#include "core/names.h"
 #include "input/charclass.h"
 #include "variables/expand.h"
 #include "variables/pattern.h"

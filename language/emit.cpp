@@ -1,8 +1,8 @@
 // Emit statements: binding sections to files and the emit block arguments.
 #include "language/actions.h"
 
-#include "driver/builtins.h"
-#include "driver/debug.h"
+#include "core/names.h"
+#include "core/debug.h"
 #include "input/diag.h"
 #include "language/state.h"
 #include "output/text.h"

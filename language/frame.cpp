@@ -1,7 +1,7 @@
 // The program frame and the bodies read as free text.
 #include "language/actions.h"
 
-#include "driver/builtins.h"
+#include "core/names.h"
 #include "input/input.h"
 #include "language/state.h"
 #include "output/text.h"

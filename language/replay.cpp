@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "core/alloc.h"
-#include "driver/builtins.h"
+#include "core/names.h"
 #include "input/diag.h"
 #include "input/input.h"
 #include "language/state.h"
@@ -17,6 +17,21 @@
 #include "variables/scope.h"
 
 TextObject forBody = {nullptr, nullptr, nullptr, nullptr, nullptr};
+
+TextLine *postprocessTake() {
+    TextObject *post = sectionFind(istringNew(".POSTPROCESS"));
+    if (!post || !post->lines)
+        return nullptr;
+    // An active post-processing body still open at the end of input collects
+    // into the very text that would be replayed: every replayed line would be
+    // appended again, without end. Such a body is never closed, so nothing is
+    // replayed and the parser reports the unclosed block.
+    if (lineMode != 0 && currentSection == post && scopeActive())
+        return nullptr;
+    TextLine *lines = post->lines;
+    post->lines = nullptr;
+    return lines;
+}
 
 void forCollect(istring text) {
     if (scopeActive())

@@ -6,7 +6,7 @@
 #include <err.h>
 
 #include "core/alloc.h"
-#include "driver/builtins.h"
+#include "core/names.h"
 #include "input/charclass.h"
 #include "input/diag.h"
 #include "input/input.h"

@@ -1,19 +1,10 @@
-// Line records, named sections and the output files they are bound to.
+// Named sections of line records and the output files they are bound to.
 #pragma once
 #include <cstdio>
 #include "core/istring.h"
 #include "core/hashtable.h"
+#include "core/textline.h"
 
-enum : unsigned { TEXT_PRETTY = 1, TEXT_EXPAND = 2 };
-
-struct TextLine {
-    TextLine *next;
-    TextLine *link;   // first line: the last line; others: the line before
-    istring text;
-    unsigned flags;   // TEXT_PRETTY, TEXT_EXPAND
-    istring file;
-    int line;
-};
 
 struct OutputFile {
     istring name;

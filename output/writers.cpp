@@ -5,7 +5,7 @@
 #include <err.h>
 #include <string>
 
-#include "driver/builtins.h"
+#include "core/names.h"
 #include "input/charclass.h"
 #include "language/build.h"
 #include "output/text.h"

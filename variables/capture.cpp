@@ -10,7 +10,7 @@
 // (stamped since the last capture) is dropped from the chain. A lookup through
 // a capture takes, in each table, the newest record not stamped after it.
 #include "core/alloc.h"
-#include "driver/builtins.h"
+#include "core/names.h"
 #include "variables/scope.h"
 #include "variables/variable.h"
 

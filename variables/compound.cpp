@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "core/alloc.h"
-#include "driver/builtins.h"
+#include "core/names.h"
 #include "variables/scope.h"
 #include "variables/variable.h"
 

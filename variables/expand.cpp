@@ -13,8 +13,8 @@
 #include <string_view>
 
 #include "core/stack.h"
-#include "driver/builtins.h"
-#include "driver/debug.h"
+#include "core/names.h"
+#include "core/debug.h"
 #include "input/charclass.h"
 #include "input/diag.h"
 #include "input/input.h"

@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "core/alloc.h"
-#include "driver/debug.h"
+#include "core/debug.h"
 #include "variables/expand.h"
 
 Scope *currentScope;

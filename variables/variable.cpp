@@ -9,8 +9,8 @@
 #include <string>
 
 #include "core/alloc.h"
-#include "driver/builtins.h"
-#include "driver/debug.h"
+#include "core/names.h"
+#include "core/debug.h"
 #include "input/charclass.h"
 #include "input/diag.h"
 #include "input/input.h"

@@ -5,7 +5,7 @@
 
 #include "input/input.h"
 #include "language/build.h"
-#include "language/tokens.h"
+#include "input/tokens.h"
 #include "support.h"
 #include "variables/variable.h"
 

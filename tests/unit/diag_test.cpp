@@ -1,7 +1,7 @@
 // Fatal errors, warnings, location names and the statement trace.
 #include <gtest/gtest.h>
 
-#include "driver/debug.h"
+#include "core/debug.h"
 #include "input/diag.h"
 #include "support.h"
 #include "variables/variable.h"

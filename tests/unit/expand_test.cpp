@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/stack.h"
-#include "driver/debug.h"
+#include "core/debug.h"
 #include "support.h"
 #include "variables/expand.h"
 #include "variables/variable.h"

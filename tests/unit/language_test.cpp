@@ -8,7 +8,7 @@
 #include "input/input.h"
 #include "language/actions.h"
 #include "language/state.h"
-#include "language/tokens.h"
+#include "input/tokens.h"
 #include "support.h"
 #include "variables/scope.h"
 

@@ -6,7 +6,7 @@
 #include "input/input.h"
 #include "input/lexer.h"
 #include "language/state.h"
-#include "language/tokens.h"
+#include "input/tokens.h"
 #include "support.h"
 #include "variables/variable.h"
 

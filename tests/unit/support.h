@@ -13,8 +13,8 @@
 
 #include "core/hashtable.h"
 #include "core/istring.h"
-#include "driver/builtins.h"
-#include "driver/debug.h"
+#include "core/names.h"
+#include "core/debug.h"
 #include "driver/driver.h"
 #include "input/charclass.h"
 #include "input/input.h"

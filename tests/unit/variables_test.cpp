@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <string>
 
-#include "driver/debug.h"
+#include "core/debug.h"
 #include "support.h"
 #include "variables/expand.h"
 #include "variables/pattern.h"

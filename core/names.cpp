@@ -1,12 +1,10 @@
 // The built-in names and the global variable table.
-#include "driver/builtins.h"
-
-#include "variables/variable.h"
+#include "core/names.h"
 
 BuiltinNames names;
 HashTable *globalTable;
 
-void builtinsInit() {
+void namesInit() {
     // The order of interning is fixed.
     names.ARGC = istringNew(".ARGC");
     names.ARGV = istringNew(".ARGV");
@@ -49,6 +47,4 @@ void builtinsInit() {
     names.star = istringNew("*");
 
     globalTable = ht_new();
-    variableSet(globalTable, names.EMIT, istringNew(".EMIT-NOW .OBJS .EMIT .RULES"));
-    variableSet(globalTable, names.DELIMITER, istringNew(" \t"));
 }

@@ -49,6 +49,6 @@ struct BuiltinNames {
 extern BuiltinNames names;
 extern HashTable *globalTable;
 
-// Interns the names in order, creates the global table and sets .EMIT and
-// .DELIMITER. Requires istringInit and charClassInit.
-void builtinsInit();
+// Interns the names in their fixed order and creates the (empty) global
+// table. Requires istringInit.
+void namesInit();

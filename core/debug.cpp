@@ -1,5 +1,5 @@
 // The debug-letter set.
-#include "driver/debug.h"
+#include "core/debug.h"
 #include <cstring>
 
 static unsigned char debugBits[32];
