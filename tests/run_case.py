@@ -18,6 +18,7 @@ Header lines (`#` starts a comment):
     stdout: TEXT             a newline
     stderr: TEXT
     status: N
+    absent: NAME             the file must not exist after the run
 
 Sections start with a line `--- kind [name]`:
 
@@ -51,22 +52,26 @@ def section(words):
 
 def parse(path):
     """The shared part and the runs, each as (name, header lines, sections)."""
-    blocks = [[None, [], []]]
+    blocks, current = [[None, [], []]], None
     with open(path, encoding="latin-1", newline="") as f:
         for line in f:
             block = blocks[-1]
             if line.startswith("=== run "):
                 blocks.append([line[8:].strip(), [], []])
+                current = None
             elif line.startswith("--- "):
                 rest = line[4:]
                 # Quotes group a name with blanks; backslashes stay literal.
-                block[2].append(section(shlex.split(rest) if ("'" in rest or '"' in rest) else rest.split()))
-            elif block[2]:
-                block[2][-1]["lines"].append(line)
+                current = section(shlex.split(rest) if ("'" in rest or '"' in rest) else rest.split())
+                block[2].append(current)
+            elif current:
+                current["lines"].append(line)
             elif line.strip() and not line.startswith("#"):
                 key, _, value = line.rstrip("\n").partition(":")
                 if key in ("stdin", "stdout", "stderr", "status"):
                     block[2].append({"kind": key, "args": [], "lines": [value[1:] + "\n"]})
+                elif key == "absent":
+                    block[2].append({"kind": key, "args": [value.strip()], "lines": []})
                 else:
                     block[1].append((key, value.strip()))
     for block in blocks:
