@@ -1,9 +1,10 @@
 #include <stdio.h>
+#include "config.h"
 #include "greet.h"
 
 void greet(const char *name) {
 #ifdef DEBUG
     fprintf(stderr, "greeting %s\n", name);
 #endif
-    printf("hello, %s\n", name);
+    printf("%s, %s\n", GREETING, name);
 }

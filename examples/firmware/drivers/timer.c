@@ -1,0 +1,5 @@
+#include "firmware.h"
+
+static unsigned ticks;
+
+unsigned timerTicks(void) { return ++ticks; }
