@@ -14,11 +14,11 @@ Header lines (`#` starts a comment):
     args: -o - conf          arguments (split on blanks; quote with '...')
     env: NAME=value          environment entry (repeatable)
     unsetenv: NAME           drop an environment entry
-    stdin: TEXT              one-line forms of the sections below: TEXT and
-    stdout: TEXT             a newline
+    stdin: TEXT              one-line forms of the sections below (TEXT and
+    stdout: TEXT             a newline)
     stderr: TEXT
     status: N
-    absent: NAME             the file must not exist after the run
+    absent: NAME
 
 Sections start with a line `--- kind [name]`:
 
@@ -29,6 +29,10 @@ Sections start with a line `--- kind [name]`:
     --- stderr               expected standard error (default: empty)
     --- output NAME          expected content of a file after the run
     --- absent NAME          the file must not exist after the run
+    --- errors               lines `CONFIGURATION => MESSAGE`: the run is made
+                             once per line with that line as standard input,
+                             and must end with status 1, no output and the
+                             message on standard error (`#` starts a comment)
 
 Section names may be quoted as in a shell (`--- file 'a b'`); unquoted names
 keep their backslashes. Section bodies are taken line by line; a section whose
@@ -46,12 +50,8 @@ import tempfile
 SOURCE_TREE = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
 
-def section(words):
-    return {"kind": words[0], "args": words[1:], "lines": []}
-
-
 def parse(path):
-    """The shared part and the runs, each as (name, header lines, sections)."""
+    """The runs, each as (name, header lines, sections), shared parts included."""
     blocks, current = [[None, [], []]], None
     with open(path, encoding="latin-1", newline="") as f:
         for line in f:
@@ -62,29 +62,42 @@ def parse(path):
             elif line.startswith("--- "):
                 rest = line[4:]
                 # Quotes group a name with blanks; backslashes stay literal.
-                current = section(shlex.split(rest) if ("'" in rest or '"' in rest) else rest.split())
+                words = shlex.split(rest) if ("'" in rest or '"' in rest) else rest.split()
+                current = {"kind": words[0], "args": words[1:], "lines": []}
                 block[2].append(current)
             elif current:
                 current["lines"].append(line)
             elif line.strip() and not line.startswith("#"):
                 key, _, value = line.rstrip("\n").partition(":")
-                if key in ("stdin", "stdout", "stderr", "status"):
-                    block[2].append({"kind": key, "args": [], "lines": [value[1:] + "\n"]})
-                elif key == "absent":
-                    block[2].append({"kind": key, "args": [value.strip()], "lines": []})
+                if key in ("stdin", "stdout", "stderr", "status", "absent"):
+                    block[2].append({"kind": key, "args": [value.strip()], "lines": [value[1:] + "\n"]})
                 else:
                     block[1].append((key, value.strip()))
     for block in blocks:
         for s in block[2]:
-            body = "".join(s["lines"])
-            if "noeol" in s["args"] and body.endswith("\n"):
-                body = body[:-1]
-            s["body"] = body
+            s["body"] = "".join(s["lines"])
+            if "noeol" in s["args"] and s["body"].endswith("\n"):
+                s["body"] = s["body"][:-1]
             s["name"] = next((a for a in s["args"] if a != "noeol"), None)
     shared = blocks[0]
     if len(blocks) == 1:
         return [(os.path.splitext(os.path.basename(path))[0], shared[1], shared[2])]
     return [(name, shared[1] + header, shared[2] + sections) for name, header, sections in blocks[1:]]
+
+
+def expanded(name, header, sections):
+    """The run itself, or one run per line of its errors table."""
+    rows = [line for s in sections if s["kind"] == "errors" for line in s["lines"]
+            if line.strip() and not line.startswith("#")]
+    if not rows:
+        return [(name, header, sections)]
+    runs = []
+    for row in rows:
+        conf, _, message = row.rstrip("\n").partition(" => ")
+        expect = [{"kind": "stdin", "body": conf + "\n"}, {"kind": "status", "body": "1"},
+                  {"kind": "stderr", "body": message + "\n"}]
+        runs.append((f"{name}: {conf}", header, [s for s in sections if s["kind"] != "errors"] + expect))
+    return runs
 
 
 def run(brisk, case, header, sections):
@@ -159,7 +172,7 @@ def main():
     if not runs:
         sys.exit(f"{case}: no run named {only}")
     failed = False
-    for name, header, sections in runs:
+    for name, header, sections in (one for r in runs for one in expanded(*r)):
         failures = run(brisk, case, header, sections)
         if failures:
             print(f"{case}: run {name}\n" + "\n".join(failures))
