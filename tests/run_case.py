@@ -30,9 +30,11 @@ Sections start with a line `--- kind [name]`:
     --- output NAME          expected content of a file after the run
     --- absent NAME          the file must not exist after the run
     --- errors               lines `CONFIGURATION => MESSAGE`: the run is made
-                             once per line with that line as standard input,
-                             and must end with status 1, no output and the
-                             message on standard error (`#` starts a comment)
+                             once per line, with the line after the run's own
+                             standard input, and must end with status 1, no
+                             output and the message on standard error (`#`
+                             starts a comment); `--- errors args` takes the
+                             arguments of each run from its line instead
 
 Section names may be quoted as in a shell (`--- file 'a b'`); unquoted names
 keep their backslashes. Section bodies are taken line by line; a section whose
@@ -91,12 +93,18 @@ def expanded(name, header, sections):
             if line.strip() and not line.startswith("#")]
     if not rows:
         return [(name, header, sections)]
+    on_command_line = any(s["kind"] == "errors" and "args" in s["args"] for s in sections)
+    prefix = "".join(s["body"] for s in sections if s["kind"] == "stdin")
+    kept = [s for s in sections if s["kind"] not in ("errors", "stdin")]
     runs = []
     for row in rows:
-        conf, _, message = row.rstrip("\n").partition(" => ")
-        expect = [{"kind": "stdin", "body": conf + "\n"}, {"kind": "status", "body": "1"},
-                  {"kind": "stderr", "body": message + "\n"}]
-        runs.append((f"{name}: {conf}", header, [s for s in sections if s["kind"] != "errors"] + expect))
+        given, _, message = row.rstrip("\n").partition(" => ")
+        expect = [{"kind": "status", "body": "1"}, {"kind": "stderr", "body": message + "\n"}]
+        if on_command_line:
+            runs.append((f"{name}: {given}", header + [("args", given)], kept + expect))
+        else:
+            expect.append({"kind": "stdin", "body": prefix + given + "\n"})
+            runs.append((f"{name}: {given}", header, kept + expect))
     return runs
 
 

@@ -1,4 +1,4 @@
-// Interned strings, hash tables, pools, character stacks and the builder.
+// Interned strings, hash tables and character stacks.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -140,17 +140,6 @@ TEST(HashTable, ReplaceFlagAndIdentityKeys) {
     EXPECT_EQ(ht_lookup(table, copy + sizeof(IStringHeader)), nullptr);
 }
 
-TEST(Pool, SmallRequestsAreFourBytesApartAndRecordsAligned) {
-    char *a = static_cast<char *>(poolalloc(1));
-    char *b = static_cast<char *>(poolalloc(3));
-    char *c = static_cast<char *>(poolalloc(1));
-    EXPECT_EQ(b - a, 4);
-    EXPECT_EQ(c - b, 4);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(poolallocRecord(sizeof(HashEntry))) % alignof(HashEntry), 0u);
-    EXPECT_EXIT(xmalloc(static_cast<size_t>(-64), "test"), testing::ExitedWithCode(1),
-                ": Cannot allocate memory\n$");
-}
-
 TEST(Stack, PopsBytesSkipsEmptyFramesAndEnds) {
     StackFrame *top = stackPush(nullptr, "bc", 2);
     top = stackPush(top, "", 0);
@@ -168,45 +157,6 @@ TEST(Stack, PopsBytesSkipsEmptyFramesAndEnds) {
     EXPECT_EQ(stackPop(&top), static_cast<int>(static_cast<signed char>('\xE9')));
     EXPECT_EQ(stackPop(&top), -1);
     stackFree(top);
-}
-
-TEST(Builder, NeedCapacitiesAndNestedPasses) {
-    startUp();
-    stringPush();
-    need(100, 0);
-    EXPECT_EQ(builder.capacity, 356);
-    std::memcpy(builder.buffer, "keep", 4);
-    need(300, 1);
-    EXPECT_EQ(builder.capacity, 356);
-    need(400, 1);
-    EXPECT_EQ(builder.capacity, 656);
-    EXPECT_EQ(std::string(builder.buffer, 4), "keep");
-    // A pass runs in a fresh frame: the outer buffer survives it, but the
-    // used length is shared and is reset by the pass.
-    builder.used = 4;
-    stringBegin(0);
-    EXPECT_EQ(builder.capacity, 0);
-    stringAppend("inner", 5);
-    stringAppend("ignored", 0);
-    EXPECT_EQ(stringEnd(), I("inner"));
-    EXPECT_EQ(builder.capacity, 656);
-    EXPECT_EQ(std::string(builder.buffer, 4), "keep");
-    EXPECT_EQ(builder.used, 5);
-    stringPop();
-    EXPECT_EQ(builder.saved, nullptr);
-    stringPop();  // nothing saved: no effect
-}
-
-TEST(Builder, JoinAndConcat) {
-    startUp();
-    TextLine c{nullptr, nullptr, I("c"), 0, nullptr, 0};
-    TextLine b{&c, nullptr, I("b"), 0, nullptr, 0};
-    TextLine a{&b, &c, I("a"), 0, nullptr, 0};
-    EXPECT_EQ(stringJoin(&a), I("a b c"));
-    EXPECT_EQ(stringJoin(nullptr), I(""));
-    EXPECT_EQ(stringConcat(I(""), I("x")), I("x"));
-    EXPECT_EQ(stringConcat(I("x"), I("")), I("x"));
-    EXPECT_EQ(stringConcat(I("lib/"), I("foo.c")), I("lib/foo.c"));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Line wrapping, source lists, section binding, line links and the program search.
+// Line wrapping and the program search.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -6,30 +6,18 @@
 #include <string>
 #include <unistd.h>
 
-#include "input/input.h"
-#include "language/build.h"
 #include "output/function.h"
-#include "output/text.h"
 #include "output/writers.h"
 #include "support.h"
-#include "variables/variable.h"
 
 namespace {
 
-istring s(const std::string &text) { return istringNew(text.c_str()); }
 using support::captured;
 
 class Output : public ::testing::Test {
 protected:
-    void SetUp() override {
-        support::initAll();  // fresh sections and globals for every case
-        inputFile = s("conf");
-    }
+    void SetUp() override { support::startUp(); }
     std::string path(const std::string &name) const { return scratch.path(name); }
-    void emitOrder(const char *list) {
-        variableSet(globalTable, names.EMIT, s(list));
-        sectionsEmit();
-    }
     support::TempDir scratch;
 };
 
@@ -48,72 +36,6 @@ TEST_F(Output, WrappedLineBoundaries) {
     };
     for (const auto &[text, expected] : cases)
         EXPECT_EQ(captured([&](FILE *f) { emitWrapped(f, text.c_str()); }), expected) << text;
-}
-
-TEST_F(Output, SourceListMarksAndFilters) {
-    istring c = s(".c");
-    BuildRecord *first = nullptr, **tail = &first;
-    for (auto [source, flags] : {std::pair<const char *, uint32_t>{"d.c", BUILD_DYNAMIC}, {"f.c", BUILD_FAKE},
-                                 {"i.c", BUILD_INTERMEDIATE}, {"a.s", 0}, {"b.c", 0}}) {
-        *tail = static_cast<BuildRecord *>(calloc(1, sizeof(BuildRecord)));
-        (*tail)->source = s(source);
-        (*tail)->flags = flags;
-        (*tail)->key = source[2] == 's' ? s(".s") : c;
-        tail = &(*tail)->next;
-    }
-    // With a key only matching records are written, and each is marked.
-    EXPECT_EQ(captured([&](FILE *f) { emitVariableList("SOURCES", f, first, c); }), "SOURCES +=i.c b.c\n\n");
-    EXPECT_EQ(captured([&](FILE *f) { emitVariableList("S", f, first, nullptr); }), "S +=\ta.s\n\n");
-    EXPECT_EQ(captured([&](FILE *f) { emitVariableList("S", f, first, nullptr); }), "");
-}
-
-TEST_F(Output, LineLinks) {
-    // Each line links to the one before it; the first links to the last.
-    TextObject *section = textCreate(s("L"), nullptr, nullptr);
-    textDropFirst(section);  // empty: nothing to do
-    textAppend(section, s("one"), 0);
-    EXPECT_EQ(section->lines->link, section->lines);
-    textDropFirst(section);
-    EXPECT_EQ(section->lines, nullptr);
-
-    inputLine = 42;
-    textAppend(section, s("b"), 0);
-    textAppend(section, s("c"), 0);
-    textPrepend(section, s("a"), TEXT_PRETTY);
-    TextLine *a = section->lines, *b = a->next, *c = b->next;
-    EXPECT_EQ(a->link, c);
-    EXPECT_EQ(b->link, a);
-    EXPECT_EQ(c->link, b);
-    EXPECT_EQ(a->flags, unsigned(TEXT_PRETTY));
-    EXPECT_EQ(c->line, 42);
-    textDropFirst(section);
-    EXPECT_EQ(b->link, c);
-    textAppend(section, s("d"), 0);
-    EXPECT_EQ(b->link, c->next);
-    EXPECT_EQ(c->next->link, c);
-}
-
-TEST_F(Output, SectionsRebindAndShareOutputsTruncatedOnce) {
-    TextObject *a = textCreate(s("A"), s(path("one")), nullptr);
-    textAppend(a, s("a1"), 0);
-    EXPECT_EQ(textCreate(s("A"), nullptr, nullptr)->output, a->output);
-    EXPECT_EQ(textCreate(s("A"), s(path("two")), nullptr), a);  // moves, earlier lines included
-    TextObject *b = textCreate(s("B"), s(path("two")), stdout);  // stream ignored: output exists
-    EXPECT_EQ(b->output, a->output);
-    textAppend(b, s("b1"), 0);
-    textCreate(s("N"), s(path("two")), nullptr)->writer = nullptr;
-
-    std::ofstream(path("two")) << "old content\n";
-    testing::internal::CaptureStderr();
-    emitOrder("  B nosuch\tN A ");
-    std::string errors = testing::internal::GetCapturedStderr();
-    EXPECT_NE(errors.find("nosuch: section not found\n"), std::string::npos);
-    EXPECT_NE(errors.find("N: section not found\n"), std::string::npos);
-    EXPECT_EQ(scratch.read("two"), "b1\na1\n");
-    EXPECT_FALSE(std::filesystem::exists(path("one")));
-
-    textAppend(textCreate(s("X"), s("/nonexistent-dir/out"), nullptr), s("x"), 0);
-    EXPECT_EXIT(emitOrder("X"), testing::ExitedWithCode(1), "/nonexistent-dir/out: No such file or directory");
 }
 
 TEST_F(Output, ProgramSearchOrder) {

@@ -6,20 +6,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "core/debug.h"
 #include "core/hashtable.h"
 #include "core/istring.h"
-#include "core/names.h"
-#include "core/debug.h"
 #include "driver/driver.h"
-#include "input/charclass.h"
 #include "input/input.h"
-#include "input/lexer.h"
-#include "language/state.h"
 #include "output/text.h"
 #include "variables/scope.h"
 
@@ -27,18 +21,12 @@ namespace support {
 
 inline istring I(const std::string &text) { return istringNew(text.c_str()); }
 
-// Every table and builtin name from scratch; tests that need a clean slate
-// call this directly.
-inline void initAll() {
-    driverStartUp();
-    textCreate(istringNew(".POSTPROCESS"), nullptr, nullptr);
-}
-
-// The same, once per process.
+// Every table and builtin name, once per process.
 inline void startUp() {
     static bool done = false;
     if (!done) {
-        initAll();
+        driverStartUp();
+        textCreate(istringNew(".POSTPROCESS"), nullptr, nullptr);
         done = true;
     }
     inputPrefix = istringNew("");
@@ -62,39 +50,6 @@ protected:
     }
     Scope *outer = nullptr;
 };
-
-// Reading tests start in statement mode and leave no input behind.
-class InputFixture : public ::testing::Test {
-protected:
-    void SetUp() override {
-        startUp();
-        resetModes();
-        lexReset();
-    }
-    void TearDown() override {
-        int length;
-        while (inputRawLine(&length)) {
-        }
-        lexReset();
-        resetModes();
-    }
-    static void resetModes() {
-        lineMode = 0;
-        commandMode = 0;
-        braceDepth = 0;
-    }
-};
-
-// Anchored regular expression for an exact text.
-inline std::string exact(const std::string &text) {
-    std::string re = "^";
-    for (char c : text) {
-        if (std::string(".[]{}()*+?^$|\\").find(c) != std::string::npos)
-            re += '\\';
-        re += c;
-    }
-    return re + "$";
-}
 
 inline std::vector<std::string> keysInOrder(HashTable *table) {
     std::vector<std::string> keys;
@@ -131,23 +86,6 @@ struct TempDir {
     }
     ~TempDir() { std::filesystem::remove_all(dir); }
     std::string path(const std::string &name) const { return dir + "/" + name; }
-    std::string write(const std::string &name, const std::string &text) const {
-        std::string full = path(name);
-        std::filesystem::create_directories(std::filesystem::path(full).parent_path());
-        std::ofstream(full) << text;
-        return full;
-    }
-    std::string read(const std::string &name) const {
-        std::stringstream text;
-        text << std::ifstream(path(name)).rdbuf();
-        return text.str();
-    }
-    // Pushes a file holding `text` as input, recorded under `name`.
-    void push(const std::string &text, const char *name = "conf") const {
-        FILE *stream = fopen(write(name, text).c_str(), "r");
-        ASSERT_NE(stream, nullptr);
-        inputAdd(stream, name);
-    }
 };
 
 }  // namespace support
