@@ -32,6 +32,9 @@ from mutate import mutate  # noqa: E402
 BUCKETS = bytes([0, 1, 2, 4, 8, 8, 8, 8] + [16] * 8 + [32] * 16 + [64] * 96 + [128] * 128)
 
 
+EDGES = bytes([0] + [1] * 255)
+
+
 def bucketed(coverage):
     return int.from_bytes(coverage.translate(BUCKETS), "little")
 
@@ -67,12 +70,16 @@ def checkProperties(binary, case, result, timeout):
 
 def neutralised(case):
     """The input with every way of referring to itself taken away: escaped
-    references that would be stored in values, references in options and the
-    environment, and calls inside function bodies."""
+    references that would be stored in values, a "$" that could make one with
+    the text after it, references in options and the environment, and calls
+    inside function bodies; and without endless input
+    (a device such as /dev/full named as the configuration)."""
     c = case.copy()
 
     def fix(body):
+        # A lone "$" can meet a "(" read after it ("$$()(B)" stores "$(B)").
         body = body.replace(b"\\$", b"\\%").replace(b"'$(", b"'%(")
+        body = re.sub(rb"\$(?!\()", b"%", body)
         out, depth, inFunction = [], 0, False
         for line in body.split(b"\n"):
             s = line.strip()
@@ -90,8 +97,9 @@ def neutralised(case):
     c.files = {k: fix(v) for k, v in c.files.items()}
     if c.stdin is not None:
         c.stdin = fix(c.stdin)
-    c.args = [a.replace("$(", "%(") for a in c.args]
-    c.env = {k: v.replace("$(", "%(") for k, v in c.env.items()}
+    c.args = [a.replace("$", "%") for i, a in enumerate(c.args)
+              if not (a.startswith("/dev/") and (i == 0 or c.args[i - 1] not in ("-o", "-M")))]
+    c.env = {k: v.replace("$", "%") for k, v in c.env.items()}
     return c
 
 
@@ -319,10 +327,11 @@ def minimise(campaign, case, cls, key, seconds=240):
 
 
 def cmin(a):
-    """Keeps the smallest corpus inputs that together reach every edge the
-    corpus reaches; drops inputs that are faults or take too long."""
+    """Keeps few corpus inputs that together reach every edge the corpus
+    reaches (greedy: most new edges first, the smaller input on a tie); drops
+    inputs that are faults, deliberate hangs or take more than a second."""
     c = Campaign(a)
-    entries = []
+    entries, aborts = [], []
     for n in sorted(os.listdir(a.corpus)):
         if not n.endswith(".case"):
             continue
@@ -330,25 +339,31 @@ def cmin(a):
         case = readCase(p)
         r = c.run(case)
         cls, _ = c.verdict(case, r)
+        if cls == "abort-istring":
+            aborts.append((os.path.getsize(p), p))
+            continue
         if cls in FAULTS or cls == "deliberate-hang" or r.seconds > 1.0 or not r.coverage:
-            print(f"drop {n}: {cls}, {r.seconds:.2f}s")
+            print(f"drop {n}: {cls}, {r.seconds:.2f}s{'' if r.coverage else ', no edge map'}")
             os.remove(p)
             continue
-        entries.append((os.path.getsize(p), p, bucketed(r.coverage)))
-    entries.sort()
-    total = 0
-    for _, _, bits in entries:
-        total |= bits
-    keep, have = set(), 0
-    # Rarest bits first: every edge keeps the smallest input that reaches it.
-    for size, p, bits in entries:
-        if bits & ~have:
-            keep.add(p)
-            have |= bits
+        entries.append((os.path.getsize(p), p, int.from_bytes(r.coverage.translate(EDGES), "little")))
+    keep, have = [], 0
+    while True:
+        best = max(entries, key=lambda e: ((e[2] & ~have).bit_count(), -e[0]), default=None)
+        if best is None or not best[2] & ~have:
+            break
+        keep.append(best[1])
+        have |= best[2]
     for _, p, _ in entries:
         if p not in keep:
             os.remove(p)
-    print(f"corpus: kept {len(keep)} of {len(entries)}, {edgeCount(have)} edges")
+    # The deliberate abort leaves no map; the smallest few stay, so that the
+    # replay sees the abort stay an abort.
+    aborts.sort()
+    for _, p in aborts[10:]:
+        os.remove(p)
+    print(f"corpus: kept {len(keep)} of {len(entries)}, {have.bit_count()} edges, "
+          f"and {min(len(aborts), 10)} of {len(aborts)} inputs ending in the deliberate abort")
 
 
 def main():
@@ -382,7 +397,10 @@ def main():
     deadline = c.start + a.minutes * 60
     last = time.monotonic()
     while time.monotonic() < deadline:
-        c.one()
+        try:
+            c.one()
+        except Exception as e:  # a fault of the fuzzer must not end the campaign
+            c.say(f"fuzzer error: {e!r}")
         if time.monotonic() - last > 60:
             c.report()
             last = time.monotonic()

@@ -28,7 +28,8 @@ WORDS = ["a", "b", "foo", "bar.c", "x.c", "src/m.c", "-O2", "-g", "1", "0", "cc"
          "cc=1", "c=2", "dir/sub/f.c", "*", "%", "%.c", "a.o", "True", "False", ":", "::",
          "=", "{", "}", "(", ")", "&&", "||", "!", "in", "when", "is", "new", "scope",
          "with", "by", "to", "-now", "-tag", "-expand", "-strip", "#c", "x\\ y", "\\$",
-         "\\#", "\\t", "'q w'", '"q w"', "é", ".", "/", "..", "~", "^", "$"]
+         "\\#", "\\t", "'q w'", '"q w"', "é", ".", "/", "..", "~", "^", "$",
+         "-output", "export", "--", "=+", "?=", "+=", "-="]
 SECTIONS = [".EMIT", ".EMIT-NOW", ".OBJS", ".RULES", "extra", "T1", ".POSTPROCESS", ".FUNCTEXT"]
 REGEXES = ["^a", "o$", ".*", "[", "b*", "\\\\(", "x\\\\{2\\\\}"]
 BY_COMMANDS = ['"cc $<"', "cmd", '"$(A)"']
