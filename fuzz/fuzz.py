@@ -59,7 +59,12 @@ def checkProperties(binary, case, result, timeout):
                 r = runCase(binary, probe, timeout)
                 if r.status == 0 and r.outputs.get("full.out", 0) > 0:
                     return "silent-loss", f"write-error-ignored{opt}"
-    if case.argv0 and "/" not in case.argv0:
+    # Only when the program is surely found along PATH in its own directory
+    # and the generator's probe line is intact.
+    probe = b'echo "BRISK_DIR=$(BRISK_DIR)"'
+    if case.argv0 == "brisk" and "{BIN}" in case.env.get("PATH", "") \
+            and any(probe in body for body in case.files.values()) \
+            and not any(os.path.basename(n) == "brisk" for n in case.files):
         m = re.search(rb"^BRISK_DIR=(.*)$", result.stdout, re.M)
         if m:
             want = {os.path.dirname(os.path.abspath(binary)), os.path.dirname(os.path.realpath(binary))}
