@@ -134,9 +134,6 @@ void driverDefine(const char *argument) {
     variableSet(globalTable, istringNew(name.c_str()), istringNew(equals + 1));
 }
 
-// The -M path, for the message when writing the file fails.
-static const char *dependName;
-
 void driverDependFile(const char *path) {
     if (dependStream)
         errx(1, "Only one -M option allowed");
@@ -282,13 +279,7 @@ int briskMain(int argc, char **argv) {
 
     yyparse();
 
-    if (dependStream) {
-        fputs("\n", dependStream);
-        bool failed = ferror(dependStream) | (fclose(dependStream) != 0);
-        dependStream = nullptr;
-        if (failed)
-            err(1, "%s", dependName);
-    }
+    inputDependEnd("\n");
 
     TextObject *objects = textCreate(istringNew(".OBJS"), defaultOutputName, defaultOutputStream);
     objects->builds = buildList;
@@ -299,9 +290,6 @@ int briskMain(int argc, char **argv) {
 
     sectionsEmit();
     textCloseAll();
-    // Standard output also carries echo and debug text; losing it silently
-    // would hide a full disk from the script that ran us.
-    if (fflush(stdout) != 0 || ferror(stdout))
-        err(1, "<STDOUT>");
+    textCheckStdout();
     return 0;
 }

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <err.h>
 
 #include "core/alloc.h"
 #include "core/names.h"
@@ -16,6 +17,7 @@
 
 InputRecord *inputStack;
 FILE *dependStream;
+const char *dependName;
 TextLine *(*inputPendingLines)();
 istring inputFile;
 int inputLine;
@@ -188,6 +190,16 @@ char *inputRawLine(int *length) {
         inputPop();
     }
     return nullptr;
+}
+
+void inputDependEnd(const char *last) {
+    if (!dependStream)
+        return;
+    fputs(last, dependStream);
+    bool failed = ferror(dependStream) | (fclose(dependStream) != 0);
+    dependStream = nullptr;
+    if (failed)
+        err(1, "%s", dependName);
 }
 
 const char *safepath(const char *path) {

@@ -25,6 +25,10 @@ extern istring inputPrefix;
 
 // The -M file, when one is open: every configuration file opened is listed.
 extern FILE *dependStream;
+extern const char *dependName;
+// Writes `last` to the -M file and closes it; a failed write or close ends
+// the program with the file's name and the system's reason.
+void inputDependEnd(const char *last);
 
 // Asked when the last source has ended: the lines to read after everything
 // else (the post-processing text), taken from their owner, or NULL. Set by

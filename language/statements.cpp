@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "input/diag.h"
+#include "input/input.h"
 #include "output/text.h"
 #include "variables/expand.h"
 #include "variables/scope.h"
@@ -95,6 +96,10 @@ void statementError(const TextLine *words, int requirement) {
 void statementExit(istring code) {
     if (!scopeActive())
         return;
+    // The -M file keeps what it has (no final newline), but what it has must
+    // have reached the disk, like everything printed so far.
+    inputDependEnd("");
+    textCheckStdout();
     exit(code ? static_cast<int>(strtol(code, nullptr, 0)) : 0);
 }
 

@@ -129,6 +129,11 @@ void textCloseAll() {
     ht_end(cursor);
 }
 
+void textCheckStdout() {
+    if (fflush(stdout) != 0 || ferror(stdout))
+        err(1, "<STDOUT>");
+}
+
 void sectionsEmit() {
     istring list = variableExpand(nullptr, names.EMIT, 0);
     const char *p = list;

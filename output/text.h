@@ -37,5 +37,8 @@ void sectionsEmit();
 // Closes every open output file (standard output is flushed); a failed write
 // or close ends the program with the file's name and the system's reason.
 void textCloseAll();
+// Standard output also carries echo and debug text; losing it silently would
+// hide a full disk from the script that ran us. Flushes and checks it.
+void textCheckStdout();
 // A fresh line record stamped with the current location (label names the caller).
 TextLine *textLineNew(istring text, unsigned flags, const char *label);
