@@ -32,7 +32,7 @@ from mutate import mutate  # noqa: E402
 BUCKETS = bytes([0, 1, 2, 4, 8, 8, 8, 8] + [16] * 8 + [32] * 16 + [64] * 96 + [128] * 128)
 
 
-EDGES = bytes([0] + [1] * 255)
+MAP_SIZE = 1 << 16
 
 
 def bucketed(coverage):
@@ -40,7 +40,9 @@ def bucketed(coverage):
 
 
 def edgeCount(bits):
-    return bin(bits).count("1")
+    """Distinct edges and edge hit-count classes in a union of bucketed maps."""
+    edges = sum(1 for b in bits.to_bytes(MAP_SIZE, "little") if b)
+    return f"{edges} edges ({bits.bit_count()} with hit-count classes)"
 
 
 # --- Properties beyond crashes ---------------------------------------------
@@ -123,6 +125,15 @@ class Campaign:
         self.classes = {}
         self.start = time.monotonic()
         self.log = open(a.log, "a") if a.log else None
+        # Faults filed by earlier campaigns are not filed again.
+        if os.path.isdir(a.crashes):
+            for n in os.listdir(a.crashes):
+                if n.endswith(".case"):
+                    notes = readCase(os.path.join(a.crashes, n)).comments
+                    cls = next((x[7:] for x in notes if x.startswith("class: ")), None)
+                    key = next((x[5:] for x in notes if x.startswith("key: ")), None)
+                    if cls and key is not None:
+                        self.faultKeys.add((cls, key))
 
     def say(self, text):
         line = f"[{time.monotonic() - self.start:7.0f}s] {text}"
@@ -174,7 +185,7 @@ class Campaign:
                     if classify(r)[0] not in FAULTS:
                         self.novel(case, r)
                         self.queue.append(case)
-        self.say(f"{len(self.queue)} seed inputs, {edgeCount(self.seen)} edges")
+        self.say(f"{len(self.queue)} seed inputs, {edgeCount(self.seen)}")
 
     def one(self):
         if not self.queue or self.rng.random() < self.a.generate:
@@ -214,6 +225,10 @@ class Campaign:
 
     def fault(self, case, cls, key, origin):
         if (cls, key) in self.faultKeys:
+            # Kept unminimised beside the log, to look at by hand.
+            if self.a.log:
+                self.save(case, os.path.join(os.path.dirname(self.a.log), "fuzz-repeats"),
+                          f"{cls}", [f"class: {cls}", f"key: {key}", f"found: {origin}"])
             return
         # A hang must also hang with a longer time limit.
         if cls == "hang":
@@ -237,7 +252,7 @@ class Campaign:
     def report(self):
         el = time.monotonic() - self.start
         s = self.stats
-        cov = f", edges {edgeCount(self.seen)}" if self.useMap else f", signatures {len(self.signatures)}"
+        cov = f", {edgeCount(self.seen)}" if self.useMap else f", signatures {len(self.signatures)}"
         self.say(f"{s['executions']} executions in {el:.0f}s ({s['executions'] / max(el, 1):.1f}/s), "
                  f"generated {s['generated']}, mutated {s['mutated']}, queue {len(self.queue)}, "
                  f"corpus +{s['corpus-added']}, faults {s['faults']}{cov}; classes {self.classes}")
@@ -332,13 +347,15 @@ def minimise(campaign, case, cls, key, seconds=240):
 
 
 def cmin(a):
-    """Keeps few corpus inputs that together reach every edge the corpus
-    reaches (greedy: most new edges first, the smaller input on a tie); drops
+    """Keeps few corpus inputs that together reach every edge and hit-count
+    class the corpus reaches (greedy: most new first, the smaller input on a
+    tie), besides the keep-*.case reproductions of fixed faults; drops
     inputs that are faults, deliberate hangs or take more than a second."""
     c = Campaign(a)
     entries, aborts = [], []
     for n in sorted(os.listdir(a.corpus)):
-        if not n.endswith(".case"):
+        # keep-*.case are reproductions of fixed faults: never thinned.
+        if not n.endswith(".case") or n.startswith("keep-"):
             continue
         p = os.path.join(a.corpus, n)
         case = readCase(p)
@@ -351,7 +368,7 @@ def cmin(a):
             print(f"drop {n}: {cls}, {r.seconds:.2f}s{'' if r.coverage else ', no edge map'}")
             os.remove(p)
             continue
-        entries.append((os.path.getsize(p), p, int.from_bytes(r.coverage.translate(EDGES), "little")))
+        entries.append((os.path.getsize(p), p, bucketed(r.coverage)))
     keep, have = [], 0
     while True:
         best = max(entries, key=lambda e: ((e[2] & ~have).bit_count(), -e[0]), default=None)
@@ -367,7 +384,7 @@ def cmin(a):
     aborts.sort()
     for _, p in aborts[10:]:
         os.remove(p)
-    print(f"corpus: kept {len(keep)} of {len(entries)}, {have.bit_count()} edges, "
+    print(f"corpus: kept {len(keep)} of {len(entries)}, {edgeCount(have)}, "
           f"and {min(len(aborts), 10)} of {len(aborts)} inputs ending in the deliberate abort")
 
 
