@@ -14,6 +14,7 @@ and written as bytes through latin-1. Two header keys are added:
 `{BIN}` for the directory of the program under test. Expectation sections (status, stdout, ...) are ignored:
 the fuzzer only asks whether the program crashed, hung or reported.
 """
+import ctypes
 import os
 import re
 import resource
@@ -202,7 +203,18 @@ class Result:
         self.coverage = None    # edge map bytes when the program writes one
 
 
+try:
+    _libc = ctypes.CDLL(None)
+except OSError:
+    _libc = None
+ADDR_NO_RANDOMIZE = 0x0040000
+
+
 def _limits():
+    # Addresses decide the order of pointer-keyed hash buckets: with them
+    # fixed, one input takes the same edges every time.
+    if _libc is not None:
+        _libc.personality(ADDR_NO_RANDOMIZE)
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     # A self-including file ends at "Too many open files"; with the usual
     # limit it gets there at once, with tens of thousands it takes seconds.
