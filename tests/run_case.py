@@ -3,45 +3,7 @@
 
     run_case.py BRISK CASE [RUN]     all runs of CASE, or only the one named RUN
 
-A case file holds runs that share input files. Each run starts with a line
-`=== run NAME`, followed by header lines and sections; whatever comes before
-the first run is shared by every run (a run's own sections come after the
-shared ones and replace them where they name the same thing). A file without
-any `=== run` line is a single run named after the file.
-
-Header lines (`#` starts a comment):
-
-    args: -o - conf          arguments (split on blanks; quote with '...')
-    env: NAME=value          environment entry (repeatable)
-    unsetenv: NAME           drop an environment entry
-    stdin: TEXT              one-line forms of the sections below (TEXT and
-    stdout: TEXT             a newline)
-    stderr: TEXT
-    status: N
-    absent: NAME
-
-Sections start with a line `--- kind [name]`:
-
-    --- file NAME            a file created before the run
-    --- stdin                standard input
-    --- status               expected exit status (default 0)
-    --- stdout               expected standard output (default: empty)
-    --- stderr               expected standard error (default: empty)
-    --- output NAME          expected content of a file after the run
-    --- absent NAME          the file must not exist after the run
-    --- errors               lines `CONFIGURATION => MESSAGE`: the run is made
-                             once per line, with the line after the run's own
-                             standard input, and must end with status 1, no
-                             output and the message on standard error (`#`
-                             starts a comment); `--- errors args` takes the
-                             arguments of each run from its line instead
-
-Section names may be quoted as in a shell (`--- file 'a b'`); unquoted names
-keep their backslashes. Section bodies are taken line by line; a section whose
-kind is followed by `noeol` loses its final newline. `{DIR}` anywhere stands
-for the temporary directory the run starts in (a fresh one for every run),
-`{SRC}` for the source tree. A failing run is reported as `CASE: run NAME`
-with the differences.
+The case file format is described in docs/testing.md.
 """
 import os
 import shlex
