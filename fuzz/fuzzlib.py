@@ -201,6 +201,7 @@ class Result:
         self.seconds = 0.0
         self.outputs = {}       # files left in the scratch directory -> size
         self.coverage = None    # edge map bytes when the program writes one
+        self.kept = {}          # contents of the output files asked for by name
 
 
 try:
@@ -230,8 +231,9 @@ def _read_capped(path):
         return b""
 
 
-def runCase(binary, case, timeout=5.0, coverage=False, scratch=None):
-    """Runs one input in a fresh scratch directory and returns a Result."""
+def runCase(binary, case, timeout=5.0, coverage=False, scratch=None, keep=()):
+    """Runs one input in a fresh scratch directory and returns a Result; the
+    contents of the output files named in `keep` (up to OUTPUT_CAP) too."""
     binary = os.path.abspath(binary)
     bindir = os.path.dirname(binary)
     tmp = os.path.realpath(tempfile.mkdtemp(prefix="brisk-fuzz-", dir=scratch))
@@ -304,6 +306,10 @@ def runCase(binary, case, timeout=5.0, coverage=False, scratch=None):
         r.seconds = time.monotonic() - start
         r.stdout = _read_capped(os.path.join(io, "out"))
         r.stderr = _read_capped(os.path.join(io, "err"))
+        for name in keep:
+            path = os.path.join(cwd, name)
+            if os.path.isfile(path):
+                r.kept[name] = _read_capped(path)
         if coverage and os.path.exists(mapfile):
             with open(mapfile, "rb") as f:
                 r.coverage = f.read()

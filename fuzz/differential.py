@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """Differential test of two brisk binaries on random configurations.
 
-    tests/differential.py BRISK REFERENCE FIRST_SEED COUNT
-    tests/differential.py --print SEED
+    fuzz/differential.py BRISK REFERENCE FIRST_SEED COUNT
+    fuzz/differential.py --print SEED
 
 Both binaries run each seed's configuration as `BINARY -o out.mk conf` in fresh
-directories; exit status, standard output, standard error and out.mk must agree
+directories, through the fuzzer's runner (fuzzlib.runCase); exit status, standard output, standard error and out.mk must agree
 byte for byte. The first seed that differs is printed with its configuration
 and a diff, and the exit status is 1. The configurations aim at what a build
 keeps of the variables it saw: template commands read many variables through
@@ -16,9 +16,9 @@ table and through compound names with wildcards.
 import difflib
 import os
 import random
-import subprocess
 import sys
-import tempfile
+
+import fuzzlib
 
 PLAIN = ["V1", "V2", "V3", "V4"]
 COMPOUND = ["C/s1/y", "C/s2/y", "C/*/y", "C/s1/*", "C/*/*", "C/x/y", "*/Source"]
@@ -203,20 +203,15 @@ class Generator:
 
 
 def run(binary, conf):
-    """Status, standard output, standard error and out.mk (None when absent)."""
-    with tempfile.TemporaryDirectory(prefix="brisk-diff-") as tmp:
-        with open(os.path.join(tmp, "conf"), "w", encoding="latin-1") as f:
-            f.write(conf)
-        env = {"PATH": os.environ.get("PATH", "/usr/bin:/bin"), "HOME": tmp, "LC_ALL": "C"}
-        env.update({k: os.environ[k] for k in ("ASAN_OPTIONS", "UBSAN_OPTIONS") if k in os.environ})
-        try:
-            proc = subprocess.run([binary, "-o", "out.mk", "conf"], cwd=tmp, env=env,
-                                  stdin=subprocess.DEVNULL, capture_output=True, timeout=20)
-        except subprocess.TimeoutExpired:
-            return None
-        out = os.path.join(tmp, "out.mk")
-        made = open(out, "rb").read() if os.path.exists(out) else None
-        return {"status": proc.returncode, "stdout": proc.stdout, "stderr": proc.stderr, "out.mk": made}
+    """Status, standard output, standard error and out.mk (None when absent or
+    too large to keep), or None when the program did not end in time."""
+    case = fuzzlib.Case()
+    case.args = ["-o", "out.mk", "conf"]
+    case.files = {"conf": conf.encode("latin-1")}
+    r = fuzzlib.runCase(binary, case, timeout=20, keep=("out.mk",))
+    if r.timedOut:
+        return None
+    return {"status": r.status, "stdout": r.stdout, "stderr": r.stderr, "out.mk": r.kept.get("out.mk")}
 
 
 def report(seed, conf, mine, theirs, names):
