@@ -5,8 +5,8 @@
     fuzz/differential.py --print SEED
 
 Both binaries run each seed's configuration as `BINARY -o out.mk conf` in fresh
-directories, through the fuzzer's runner (fuzzlib.runCase); exit status, standard output, standard error and out.mk must agree
-byte for byte. The first seed that differs is printed with its configuration
+directories, through the fuzzer's runner (fuzzlib.runCase); exit status,
+standard output, standard error and out.mk must agree byte for byte. The first seed that differs is printed with its configuration
 and a diff, and the exit status is 1. The configurations aim at what a build
 keeps of the variables it saw: template commands read many variables through
 the build's table when the rules are written, while the configuration keeps
